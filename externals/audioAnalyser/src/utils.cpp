@@ -1,0 +1,102 @@
+#include "utils.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace utils {
+
+namespace {
+// Deliberately a little above 1200 / log10(2): every tuning figure is told in this scale.
+constexpr double kCentsPerDecade = 3986.4460836000003;
+// n = a log10(f) - b puts 440 Hz at 69.
+constexpr double kNoteNumberPerDecade = 39.86313713864835;
+constexpr double kNoteNumberOffset = 36.37631656229591;
+} // namespace
+
+float freqRatioToCents(float f1, float f2) { return float(std::log10(double(f2) / double(f1)) * kCentsPerDecade); }
+
+double frequencyToNoteNumber(double frequency_Hz)
+{
+    return kNoteNumberPerDecade * std::log10(frequency_Hz) - kNoteNumberOffset;
+}
+
+int frequencyToRoundedNoteNumber(double frequency_Hz) { return int(std::round(frequencyToNoteNumber(frequency_Hz))); }
+
+std::string midiNoteNumberToNoteName(int noteNumber)
+{
+    static const char* const kNames[] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+    return kNames[std::abs(noteNumber) % 12];
+}
+
+std::string midiNoteNumberToNoteName(double noteNumber)
+{
+    return midiNoteNumberToNoteName(int(std::round(noteNumber)));
+}
+
+double linear2dB(double value, double floor)
+{
+    if (!(value > 0.0))
+        return floor;
+    double dB = 20.0 * std::log10(value);
+    if (dB < floor)
+        return floor;
+    return dB > 0.0 ? 0.0 : dB;
+}
+
+std::string intToString(int value) { return std::to_string(value); }
+
+bool recursiveDelete(const QString& path)
+{
+    QFileInfo info(path);
+    if (!info.isDir())
+        return !QFile::exists(path) || QFile::remove(path);
+
+    bool ok = true;
+    QDirIterator files(path, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        ok = QFile::remove(files.next()) && ok;
+
+    // Each directory goes with whichever of its parents it leaves empty, up to the root.
+    const QString root = QDir(path).absolutePath();
+    QDirIterator dirs(root, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (dirs.hasNext()) {
+        QString dir = dirs.next();
+        while (dir != root && dir.startsWith(root) && QDir().rmdir(dir))
+            dir = QFileInfo(dir).path();
+    }
+
+    if (QDir(path).exists())
+        ok = QDir().rmdir(path) && ok;
+    return ok;
+}
+
+void getVersionComponents(int version, int& major, int& minor)
+{
+    major = version / 1000 + 1;
+    minor = version % 1000;
+}
+
+QByteArray getMd5Binary(QString path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    if (!hash.addData(&file))
+        return QByteArray();
+    return hash.result();
+}
+
+QString getMd5String(QString path)
+{
+    const QByteArray digest = getMd5Binary(path);
+    return digest.isEmpty() ? QString() : QString::fromLatin1(digest.toHex());
+}
+
+} // namespace utils

@@ -1,0 +1,57 @@
+// ceolmark-cli COMMAND [ARGS]: each command lives in its own file; this only dispatches.
+// Exit status: 0 success, 2 bad usage, 3 unreadable or unsuitable input, 4 analysis failed.
+
+#include <QCoreApplication>
+#include <QStringList>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace {
+
+struct Command {
+    const char* name;
+    const char* summary;
+    int (*run)(const QStringList& arguments);
+};
+
+const Command kCommands[] = {
+    {"", "", nullptr}, // commands register here
+};
+
+void printUsage(FILE* to)
+{
+    QTextStream out(to);
+    out << "Usage: ceolmark-cli COMMAND [OPTIONS]\n\n"
+        << "Bagpipe chanter analysis on audio files.\n\n"
+        << "Commands:\n";
+    for (const Command& command : kCommands)
+        if (command.run)
+            out << "  " << QString(command.name).leftJustified(12) << command.summary << "\n";
+    out << "\nRun 'ceolmark-cli COMMAND --help' for the options of a command.\n";
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName("ceolmark-cli");
+    QStringList arguments = QCoreApplication::arguments();
+    arguments.removeFirst();
+    if (arguments.isEmpty()) {
+        printUsage(stderr);
+        return 2;
+    }
+    const QString name = arguments.takeFirst();
+    if (name == "--help" || name == "-h" || name == "help") {
+        printUsage(stdout);
+        return 0;
+    }
+    for (const Command& command : kCommands)
+        if (command.run && name == command.name)
+            return command.run(arguments);
+    std::fprintf(stderr, "ceolmark-cli: unknown command '%s'\n\n", qPrintable(name));
+    printUsage(stderr);
+    return 2;
+}
