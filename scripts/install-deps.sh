@@ -8,7 +8,7 @@ packages=(build-essential cmake ninja-build pkg-config
   qtbase5-dev qtmultimedia5-dev libqt5multimedia5-plugins libqt5svg5-dev
   libkissfft-dev libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev)
 if [ "${1:-}" = "--test" ]; then
-  packages+=(musescore3 pulseaudio pulseaudio-utils clang xvfb xauth)
+  packages+=(musescore3 pulseaudio pulseaudio-utils clang libclang-rt-14-dev xvfb xauth)
 fi
 missing=()
 for p in "${packages[@]}"; do

@@ -1,8 +1,20 @@
 #!/usr/bin/env bash
-# Installs, builds and runs every test through ctest. Exits non-zero if any test fails.
+# Installs, builds and runs every test through ctest, then builds the fuzz target with clang
+# and runs it for 60 seconds. Exits non-zero if any test fails or the fuzzer finds a crash.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh --test
 bash scripts/build.sh
 cd build
 ctest --output-on-failure --parallel "$(nproc)" --timeout 600
+
+# The fuzzer: its own clang build, started from the committed seeds; new inputs it finds go
+# to a scratch corpus so that the committed one stays as it is.
+cd ..
+CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Release -DFUZZ=ON \
+  -DCEOLMARK_TESTS=OFF -DCEOLMARK_BENCH=OFF -DCEOLMARK_WARNINGS_FATAL=ON
+cmake --build build-fuzz --parallel "$(nproc)" --target fuzzKestoFileCmkOpen
+mkdir -p build-fuzz/corpus build-fuzz/artifacts
+build-fuzz/src/files/fuzz/fuzzKestoFileCmkOpen -max_total_time=60 -max_len=4096 \
+  -dict=src/files/fuzz/cmk.dict -artifact_prefix=build-fuzz/artifacts/ \
+  build-fuzz/corpus src/files/fuzz/corpus
