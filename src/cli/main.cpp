@@ -1,5 +1,9 @@
 // ceolmark-cli COMMAND [ARGS]: each command lives in its own file; this only dispatches.
-// Exit status: 0 success, 2 bad usage, 3 unreadable or unsuitable input, 4 analysis failed.
+// Exit status: 0 success, 2 bad usage, 3 unreadable or unsuitable input, 4 analysis failed,
+// 5 output not written (see CommandLine::ExitCode).
+
+#include "ExportCommand.h"
+#include "InfoCommand.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -16,7 +20,8 @@ struct Command {
 };
 
 const Command kCommands[] = {
-    {"", "", nullptr}, // commands register here
+    {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
+    {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
 };
 
 void printUsage(FILE* to)

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+// What every command does with its arguments and its failures, so that they all behave
+// alike: a failure is one line on stderr, "ceolmark-cli COMMAND: message", and an exit code.
+// Called from the main thread only.
+class CommandLine {
+public:
+    // Exit codes of ceolmark-cli.
+    enum ExitCode {
+        Success = 0,
+        BadUsage = 2,
+        BadInput = 3, // unreadable or unsuitable input
+        AnalysisFailed = 4,
+        OutputFailed = 5, // the output file could not be written; nothing was left behind
+    };
+
+    // Parses arguments (without the program and command names) into parser, which holds the
+    // command's options, with --help added here. Returns true when the command should run;
+    // otherwise exitCode is set: Success after printing the help, BadUsage after an error or
+    // when the positional argument count is not positionalCount.
+    static bool parse(QCommandLineParser& parser, const QString& command, const QStringList& arguments,
+        int positionalCount, int& exitCode);
+
+    // Prints "ceolmark-cli COMMAND: message" on one line to stderr and returns exitCode.
+    static int fail(const QString& command, const QString& message, int exitCode);
+};

@@ -1,0 +1,184 @@
+#include "FileSizeLimit.h"
+#include "KestoFileCmk.h"
+#include "TestFiles.h"
+#include "WaveFile.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct CliRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+CliRun runCli(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(CEOLMARK_CLI, arguments);
+    CliRun run;
+    if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit)
+        return run;
+    run.exitCode = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+QString saveRecording(const QTemporaryDir& dir, const QString& name, const KestoFileCmk& cmk)
+{
+    const QString path = dir.filePath(name);
+    QString error;
+    EXPECT_TRUE(cmk.save(path, error)) << error.toStdString();
+    return path;
+}
+
+} // namespace
+
+TEST(FileCommands, InfoPrintsTheRecordingsDetails)
+{
+    QTemporaryDir dir;
+    KestoFileCmk bare;
+    bare.setAudioData(TestFiles::chanterPcm(11025));
+    bare.setRecordingFrequency_Hz(22050);
+    bare.setTimeSigNumerator(5);
+    struct Case {
+        const char* name;
+        KestoFileCmk cmk;
+        QStringList lines;
+    };
+    const Case cases[] = {
+        {"known recording", TestFiles::knownRecording(),
+            {"Tune name:         The Known Recording", "Tune type:         Reel",
+                "Composed by:       The Ceolmark developers", "Time signature:    2/2 (Cut common time (Reel))",
+                "BPM:               92.5", "Time shift:        0.04 s",
+                "Length:            0.100 s, 4410 samples (8820 bytes)", "Sampling rate:     44100 Hz",
+                "Calibration:       LG 419.56 Hz, LA 479.50 Hz, B 539.44 Hz, C 599.38 Hz, D 639.33 Hz, E 719.25 Hz, "
+                "F 799.17 Hz, HG 839.13 Hz, HA 959.00 Hz",
+                "Recorded:          2024-03-01T09:15:00Z, version 8, install {00000000-0000-0000-0000-000000000001}",
+                "File created:      2024-03-02T18:45:30Z, version 8, install {00000000-0000-0000-0000-000000000002}"}},
+        {"bare recording", bare,
+            {"Tune name:         (none)", "Time signature:    5/4 (not one the application knows)",
+                "Length:            0.500 s, 11025 samples (22050 bytes)", "Sampling rate:     22050 Hz",
+                "Calibration:       (none)", "Recorded:          (none), version 0, install (none)"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString path = saveRecording(dir, "tune.cmk", c.cmk);
+        const CliRun run = runCli({"info", path});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.err, "");
+        const QStringList printed = run.out.split('\n');
+        for (const QString& line : c.lines)
+            EXPECT_TRUE(printed.contains(line)) << "missing line: " << line.toStdString() << "\nin:\n"
+                                                << run.out.toStdString();
+    }
+}
+
+TEST(FileCommands, InfoListsAnIncompleteCalibrationAsItIs)
+{
+    QTemporaryDir dir;
+    KestoFileCmk cmk;
+    cmk.setNoteFrequencies({{"LA", 480.0f}, {"Xtra", 1.5f}});
+    const CliRun run = runCli({"info", saveRecording(dir, "partial.cmk", cmk)});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.out.contains("Calibration:       LG missing, LA 480.00 Hz, B missing")) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains("HA missing, Xtra 1.50 Hz\n")) << run.out.toStdString();
+}
+
+TEST(FileCommands, ExportWritesTheAudioBehindAWavHeader)
+{
+    QTemporaryDir dir;
+    KestoFileCmk cmk = TestFiles::knownRecording();
+    cmk.setRecordingFrequency_Hz(48000);
+    const QString wavPath = dir.filePath("out.wav");
+    TestFiles::writeFile(wavPath, QByteArray(200000, 'x')); // replaced, not overwritten in place
+    const CliRun run = runCli({"export", saveRecording(dir, "tune.cmk", cmk), "--wav", wavPath});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.err, "");
+
+    const std::vector<uint8_t> header = WaveFile::rawHeader(WaveFile::generateHeader(cmk.sampleCount(), 48000));
+    const QByteArray expected = QByteArray(reinterpret_cast<const char*>(header.data()), 44) + cmk.audioData();
+    EXPECT_TRUE(TestFiles::readFile(wavPath) == expected);
+}
+
+TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
+{
+    QTemporaryDir dir;
+    const QString good = saveRecording(dir, "good.cmk", TestFiles::knownRecording());
+    KestoFileCmk noRate = TestFiles::knownRecording();
+    noRate.setRecordingFrequency_Hz(0);
+    const QString zeroRate = saveRecording(dir, "zero-rate.cmk", noRate);
+    const QString damaged = dir.filePath("damaged.cmk");
+    TestFiles::writeFile(damaged, TestFiles::readFile(good).left(19));
+    const QString missing = dir.filePath("missing.cmk");
+    const QString out = dir.filePath("out.wav");
+
+    struct Case {
+        QStringList arguments;
+        int exitCode;
+        QString message;
+    };
+    const Case cases[] = {
+        {{"info"}, 2, "ceolmark-cli info: expected 1 file argument, got 0 (see --help)"},
+        {{"info", good, good}, 2, "ceolmark-cli info: expected 1 file argument, got 2 (see --help)"},
+        {{"info", "--colour", good}, 2, "ceolmark-cli info: Unknown option 'colour'."},
+        {{"info", missing}, 3, "ceolmark-cli info: " + missing + ": No such file or directory"},
+        {{"info", damaged}, 3, "ceolmark-cli info: " + damaged + ": The file appears to be too small."},
+        {{"export", good}, 2, "ceolmark-cli export: --wav OUT.wav is required"},
+        {{"export", good, "--wav"}, 2, "ceolmark-cli export: Missing value after '--wav'."},
+        {{"export", missing, "--wav", out}, 3, "ceolmark-cli export: " + missing + ": No such file or directory"},
+        {{"export", damaged, "--wav", out}, 3,
+            "ceolmark-cli export: " + damaged + ": The file appears to be too small."},
+        {{"export", zeroRate, "--wav", out}, 3,
+            "ceolmark-cli export: " + zeroRate + ": sampling rate of 0 Hz cannot be written"},
+        {{"export", good, "--wav", dir.filePath("no/such/folder/out.wav")}, 5, "ceolmark-cli export: "},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments.join(' ').toStdString());
+        const CliRun run = runCli(c.arguments);
+        EXPECT_EQ(run.exitCode, c.exitCode);
+        EXPECT_TRUE(run.err.startsWith(c.message)) << run.err.toStdString();
+        EXPECT_EQ(run.err.count('\n'), 1) << run.err.toStdString();
+        EXPECT_TRUE(run.err.endsWith('\n'));
+        EXPECT_EQ(run.out, "");
+        EXPECT_FALSE(QFileInfo::exists(out));
+    }
+}
+
+TEST(FileCommands, ExportThatCannotFinishKeepsTheOldFile)
+{
+    QTemporaryDir dir;
+    const QString cmk = saveRecording(dir, "tune.cmk", TestFiles::knownRecording());
+    const QString out = dir.filePath("out.wav");
+    TestFiles::writeFile(out, "the export from yesterday");
+    CliRun run;
+    {
+        // The child inherits the limit: the disk takes the header but not the 8820 bytes of audio.
+        FileSizeLimit limit(1000);
+        ASSERT_TRUE(limit.active());
+        run = runCli({"export", cmk, "--wav", out});
+    }
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_TRUE(run.err.startsWith("ceolmark-cli export: " + out + ": ")) << run.err.toStdString();
+    EXPECT_EQ(TestFiles::readFile(out), "the export from yesterday");
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"out.wav", "tune.cmk"}));
+}
+
+TEST(FileCommands, HelpListsTheCommandsAndTheirOptions)
+{
+    const CliRun usage = runCli({"--help"});
+    EXPECT_EQ(usage.exitCode, 0);
+    EXPECT_TRUE(usage.out.contains("  info ")) << usage.out.toStdString();
+    EXPECT_TRUE(usage.out.contains("  export ")) << usage.out.toStdString();
+
+    const CliRun help = runCli({"export", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.out.startsWith("Usage: ceolmark-cli export [options] FILE.cmk\n")) << help.out.toStdString();
+    EXPECT_TRUE(help.out.contains("--wav <OUT.wav>")) << help.out.toStdString();
+}
