@@ -79,7 +79,18 @@ bool readFloat(const QDomElement& root, const char* name, float& value)
 
 } // namespace
 
-qint16 KestoFileCmk::sample(int i) const { return qFromLittleEndian<qint16>(mAudioData.constData() + 2 * i); }
+std::vector<int16_t> KestoFileCmk::samples() const
+{
+    std::vector<int16_t> samples(sampleCount());
+    qFromLittleEndian<qint16>(mAudioData.constData(), samples.size(), samples.data());
+    return samples;
+}
+
+void KestoFileCmk::setSamples(const std::vector<int16_t>& samples)
+{
+    mAudioData.resize(int(samples.size() * 2));
+    qToLittleEndian<qint16>(samples.data(), samples.size(), mAudioData.data());
+}
 
 double KestoFileCmk::duration_s() const
 {

@@ -5,8 +5,10 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 // The magic at the start of a recording file.
 extern const QString cmkFileId;
@@ -61,8 +63,10 @@ public:
 
     // Number of whole 16-bit samples in audioData.
     int sampleCount() const { return mAudioData.size() / 2; }
-    // Sample i of audioData, 0 <= i < sampleCount().
-    qint16 sample(int i) const;
+    // audioData as samples in host byte order, for the analysis; a trailing odd byte is dropped.
+    std::vector<int16_t> samples() const;
+    // audioData from samples, stored little-endian.
+    void setSamples(const std::vector<int16_t>& samples);
     double duration_s() const;
 
     // The calibration as a measured tuning; a missing note counts as 0 Hz, so it keeps its

@@ -445,16 +445,20 @@ TEST(KestoFileCmk, CalibrationConvertsToAndFromATuning)
     EXPECT_FLOAT_EQ(measured.getReferenceNoteCentreFrequency_Hz(PipeTuning::LowG), 470.0f * 0.875f);
 }
 
-TEST(KestoFileCmk, GivesSamplesAndDuration)
+TEST(KestoFileCmk, AudioIsLittleEndianSamples)
 {
     KestoFileCmk cmk;
     cmk.setAudioData(QByteArray("\x00\x80\xff\x7f\x34\x12\x01", 7));
     cmk.setRecordingFrequency_Hz(2);
     ASSERT_EQ(cmk.sampleCount(), 3);
-    EXPECT_EQ(cmk.sample(0), -32768);
-    EXPECT_EQ(cmk.sample(1), 32767);
-    EXPECT_EQ(cmk.sample(2), 0x1234);
+    const std::vector<int16_t> expected{-32768, 32767, 0x1234};
+    EXPECT_EQ(cmk.samples(), expected);
     EXPECT_DOUBLE_EQ(cmk.duration_s(), 1.5);
+
+    cmk.setSamples({-2, 0x0102});
+    EXPECT_EQ(cmk.audioData(), QByteArray("\xfe\xff\x02\x01", 4));
+    cmk.setSamples({});
+    EXPECT_TRUE(cmk.audioData().isEmpty());
 }
 
 TEST(KestoFileCmk, MatchesTheGoldenFileByteForByte)
