@@ -6,7 +6,8 @@ SUDO=""
 [ "$(id -u)" -eq 0 ] || SUDO="sudo"
 packages=(build-essential cmake ninja-build pkg-config
   qtbase5-dev qtmultimedia5-dev libqt5multimedia5-plugins libqt5svg5-dev
-  libkissfft-dev libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev)
+  libkissfft-dev libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev
+  fonts-dejavu-core)
 if [ "${1:-}" = "--test" ]; then
   packages+=(musescore3 pulseaudio pulseaudio-utils clang libclang-rt-14-dev xvfb xauth)
 fi
