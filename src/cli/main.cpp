@@ -4,6 +4,7 @@
 
 #include "ExportCommand.h"
 #include "InfoCommand.h"
+#include "ScoreCommand.h"
 
 #include <QCoreApplication>
 #include <QStringList>
@@ -22,6 +23,7 @@ struct Command {
 const Command kCommands[] = {
     {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
+    {"score", "Quantise a notes file into a score and write it as a .bww file", runScoreCommand},
 };
 
 void printUsage(FILE* to)

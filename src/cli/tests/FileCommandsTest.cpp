@@ -1,3 +1,4 @@
+#include "CliRun.h"
 #include "FileSizeLimit.h"
 #include "KestoFileCmk.h"
 #include "TestFiles.h"
@@ -10,25 +11,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-struct CliRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-CliRun runCli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(CEOLMARK_CLI, arguments);
-    CliRun run;
-    if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 QString saveRecording(const QTemporaryDir& dir, const QString& name, const KestoFileCmk& cmk)
 {

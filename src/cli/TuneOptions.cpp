@@ -1,0 +1,113 @@
+#include "TuneOptions.h"
+
+#include "BmwWriter.h"
+#include "PipeTuneQuantizer.h"
+
+#include <QFile>
+
+#include <cmath>
+
+namespace {
+
+const char kDefaultName[] = "Your Tune";
+const char kDefaultType[] = "March";
+const char kDefaultComposer[] = "Your Name";
+
+} // namespace
+
+TuneOptions::TuneOptions()
+    : mBpmOption("bpm", "Tempo in beats per minute (default 72); the beat is a dotted crotchet in 6/8.", "N", "72")
+    , mTimeOption("time", "Time signature: 4/4 (default), 3/4, 2/4, 2/2 (cut common time, reel) or 6/8.", "SIG", "4/4")
+    , mRoundOption("round", "Quantise coarser: no note shorter than a semiquaver (a quaver in 2/2 and 6/8).")
+    , mShiftOption("shift", "Seconds added to every note's start, so that the first beat falls at 0 (default 0).",
+          "SECONDS", "0")
+    , mBarsPerRowOption("bars-per-row", "Bars on each row of the score (default 4).", "N", "4")
+    , mNameOption("name", QString("Tune name (default \"%1\").").arg(kDefaultName), "TEXT", kDefaultName)
+    , mTypeOption("type", QString("Tune type (default \"%1\").").arg(kDefaultType), "TEXT", kDefaultType)
+    , mComposerOption("composer", QString("Composer (default \"%1\").").arg(kDefaultComposer), "TEXT", kDefaultComposer)
+    , mBwwOption("bww", "Write the score as a Bagpipe Music Writer file; an existing one is replaced.", "FILE")
+{
+}
+
+void TuneOptions::addTo(QCommandLineParser& parser) const
+{
+    parser.addOptions({mBpmOption, mTimeOption, mRoundOption, mShiftOption, mBarsPerRowOption, mNameOption, mTypeOption,
+        mComposerOption, mBwwOption});
+}
+
+bool TuneOptions::read(const QCommandLineParser& parser, QString& error)
+{
+    bool ok = false;
+    mBpm = parser.value(mBpmOption).toFloat(&ok);
+    if (!ok || !std::isfinite(mBpm) || mBpm <= 0.0f) {
+        error = QString("--bpm needs a tempo above 0, not \"%1\"").arg(parser.value(mBpmOption));
+        return false;
+    }
+
+    const QStringList components = parser.value(mTimeOption).split('/');
+    bool numeratorOk = false;
+    bool denominatorOk = false;
+    TimeSignature signature = TimeSignature4_4;
+    if (components.size() != 2
+        || !timeSignatureFromComponents(
+            components[0].toInt(&numeratorOk), components.value(1).toInt(&denominatorOk), signature)
+        || !numeratorOk || !denominatorOk) {
+        error = QString("--time must be 4/4, 3/4, 2/4, 2/2 or 6/8, not \"%1\"").arg(parser.value(mTimeOption));
+        return false;
+    }
+    mTimeSignature = signature;
+
+    mRounding = parser.isSet(mRoundOption);
+
+    mTimeShift_s = parser.value(mShiftOption).toFloat(&ok);
+    if (!ok || !std::isfinite(mTimeShift_s)) {
+        error = QString("--shift needs a number of seconds, not \"%1\"").arg(parser.value(mShiftOption));
+        return false;
+    }
+
+    mBarsPerRow = parser.value(mBarsPerRowOption).toInt(&ok);
+    if (!ok || mBarsPerRow < 1) {
+        error = QString("--bars-per-row needs a whole number from 1, not \"%1\"").arg(parser.value(mBarsPerRowOption));
+        return false;
+    }
+
+    mTuneName = parser.value(mNameOption);
+    mTuneType = parser.value(mTypeOption);
+    mComposer = parser.value(mComposerOption);
+    mBwwPath = parser.value(mBwwOption);
+    return true;
+}
+
+PipeTuneModel TuneOptions::quantize(const NoteMap& melody, const NoteMap& grace) const
+{
+    int numerator = 4;
+    int denominator = 4;
+    timeSignatureComponents(mTimeSignature, numerator, denominator);
+    PipeTuneQuantizer quantizer;
+    quantizer.setTimeSignature(numerator, denominator);
+    quantizer.setCrotchetDuration_s(getCrotchetDuration_s(mBpm, numerator, denominator));
+    quantizer.setRounding(mRounding);
+    quantizer.setBarsPerRow(mBarsPerRow);
+    quantizer.quantize(mTimeShift_s, melody, grace);
+    return quantizer.getModel();
+}
+
+QByteArray TuneOptions::bwwText(const PipeTuneModel& model) const
+{
+    BmwWriter writer;
+    writer.setTuneName(mTuneName.toStdString());
+    writer.setTuneType(mTuneType.toStdString());
+    writer.setComposer(mComposer.toStdString());
+    return QByteArray::fromStdString(writer.write(model));
+}
+
+bool TuneOptions::writeBww(const PipeTuneModel& model, const QString& path, QString& error) const
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        error = file.errorString();
+        return false;
+    }
+    file.write(bwwText(model));
+    return true;
+}
