@@ -181,6 +181,7 @@ INSTANTIATE_TEST_SUITE_P(Tunes, BwwGolden, testing::ValuesIn(kTunes), tuneName);
 struct ReadNote {
     std::vector<std::string> melody;
     std::vector<int> graceCounts;
+    int bars = 0;
 };
 
 std::string pitchOf(PipeNoteName name)
@@ -203,7 +204,8 @@ ReadNote expectedNotes(const PipeTuneModel& model)
     ReadNote notes;
     int graces = 0;
     for (const PipeTuneModel::Part& part : model.parts)
-        for (const PipeTuneModel::Bar& bar : part.bars)
+        for (const PipeTuneModel::Bar& bar : part.bars) {
+            ++notes.bars;
             for (const PipeTuneModel::Item& item : bar.items) {
                 if (!isMelodyNote(item.noteName)) {
                     graces += int(getNoteNames(item.noteName).size());
@@ -214,6 +216,7 @@ ReadNote expectedNotes(const PipeTuneModel& model)
                 notes.graceCounts.push_back(graces);
                 graces = 0;
             }
+        }
     return notes;
 }
 
@@ -225,6 +228,8 @@ ReadNote readMusicXml(QFile& file, int& rests)
     int graces = 0;
     while (!xml.atEnd()) {
         xml.readNext();
+        if (xml.isStartElement() && xml.name() == QLatin1String("measure"))
+            ++notes.bars;
         if (!xml.isStartElement() || xml.name() != QLatin1String("note"))
             continue;
         bool grace = false, rest = false;
@@ -309,6 +314,7 @@ TEST_P(BwwMuseScore, ReadsOurNotes)
     ASSERT_FALSE(expected.melody.empty());
     EXPECT_EQ(read.melody, expected.melody);
     EXPECT_EQ(read.graceCounts, expected.graceCounts);
+    EXPECT_EQ(read.bars, expected.bars);
     EXPECT_EQ(rests, 0);
 }
 
