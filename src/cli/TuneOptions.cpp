@@ -35,36 +35,59 @@ void TuneOptions::addTo(QCommandLineParser& parser) const
         mComposerOption, mBwwOption});
 }
 
-bool TuneOptions::read(const QCommandLineParser& parser, QString& error)
+bool TuneOptions::parseBpm(const QString& text, float& bpm, QString& error)
 {
     bool ok = false;
-    mBpm = parser.value(mBpmOption).toFloat(&ok);
-    if (!ok || !std::isfinite(mBpm) || mBpm <= 0.0f) {
-        error = QString("--bpm needs a tempo above 0, not \"%1\"").arg(parser.value(mBpmOption));
+    const float value = text.toFloat(&ok);
+    if (!ok || !std::isfinite(value) || value <= 0.0f) {
+        error = QString("--bpm needs a tempo above 0, not \"%1\"").arg(text);
         return false;
     }
+    bpm = value;
+    return true;
+}
 
-    const QStringList components = parser.value(mTimeOption).split('/');
+bool TuneOptions::parseTimeSignature(const QString& text, TimeSignature& signature, QString& error)
+{
+    const QStringList components = text.split('/');
     bool numeratorOk = false;
     bool denominatorOk = false;
-    TimeSignature signature = TimeSignature4_4;
+    TimeSignature value = TimeSignature4_4;
     if (components.size() != 2
         || !timeSignatureFromComponents(
-            components[0].toInt(&numeratorOk), components.value(1).toInt(&denominatorOk), signature)
+            components[0].toInt(&numeratorOk), components.value(1).toInt(&denominatorOk), value)
         || !numeratorOk || !denominatorOk) {
-        error = QString("--time must be 4/4, 3/4, 2/4, 2/2 or 6/8, not \"%1\"").arg(parser.value(mTimeOption));
+        error = QString("--time must be 4/4, 3/4, 2/4, 2/2 or 6/8, not \"%1\"").arg(text);
         return false;
     }
-    mTimeSignature = signature;
+    signature = value;
+    return true;
+}
+
+bool TuneOptions::parseTimeShift(const QString& text, float& timeShift_s, QString& error)
+{
+    bool ok = false;
+    const float value = text.toFloat(&ok);
+    if (!ok || !std::isfinite(value)) {
+        error = QString("--shift needs a number of seconds, not \"%1\"").arg(text);
+        return false;
+    }
+    timeShift_s = value;
+    return true;
+}
+
+bool TuneOptions::read(const QCommandLineParser& parser, QString& error)
+{
+    if (!parseBpm(parser.value(mBpmOption), mBpm, error)
+        || !parseTimeSignature(parser.value(mTimeOption), mTimeSignature, error))
+        return false;
 
     mRounding = parser.isSet(mRoundOption);
 
-    mTimeShift_s = parser.value(mShiftOption).toFloat(&ok);
-    if (!ok || !std::isfinite(mTimeShift_s)) {
-        error = QString("--shift needs a number of seconds, not \"%1\"").arg(parser.value(mShiftOption));
+    if (!parseTimeShift(parser.value(mShiftOption), mTimeShift_s, error))
         return false;
-    }
 
+    bool ok = false;
     mBarsPerRow = parser.value(mBarsPerRowOption).toInt(&ok);
     if (!ok || mBarsPerRow < 1) {
         error = QString("--bars-per-row needs a whole number from 1, not \"%1\"").arg(parser.value(mBarsPerRowOption));

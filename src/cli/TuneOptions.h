@@ -21,6 +21,12 @@ public:
     // is out of range.
     bool read(const QCommandLineParser& parser, QString& error);
 
+    // The checks of read, for commands that take these values without the rest: false with
+    // a message naming the option when text is out of range.
+    static bool parseBpm(const QString& text, float& bpm, QString& error);
+    static bool parseTimeSignature(const QString& text, TimeSignature& signature, QString& error);
+    static bool parseTimeShift(const QString& text, float& timeShift_s, QString& error);
+
     float bpm() const { return mBpm; }
     TimeSignature timeSignature() const { return mTimeSignature; }
     bool rounding() const { return mRounding; }
