@@ -56,57 +56,57 @@ PipeTuneQuantizer::~PipeTuneQuantizer() = default;
 
 void PipeTuneQuantizer::setTimeSignature(int numerator, int denominator)
 {
-    timeSigNumerator = numerator;
-    timeSigDenominator = denominator;
+    mTimeSigNumerator = numerator;
+    mTimeSigDenominator = denominator;
 }
 
-void PipeTuneQuantizer::setCrotchetDuration_s(float duration_s) { crotchetDuration_s = duration_s; }
+void PipeTuneQuantizer::setCrotchetDuration_s(float duration_s) { mCrotchetDuration_s = duration_s; }
 
-void PipeTuneQuantizer::setRounding(bool on) { rounding = on; }
+void PipeTuneQuantizer::setRounding(bool on) { mRounding = on; }
 
-void PipeTuneQuantizer::setBarsPerRow(int count) { barsPerRow = std::max(count, 1); }
+void PipeTuneQuantizer::setBarsPerRow(int count) { mBarsPerRow = std::max(count, 1); }
 
 void PipeTuneQuantizer::quantize(float timeShift_s, const NoteMap& melody, const NoteMap& grace)
 {
-    model.clear();
-    model.setTimeSigNumerator(timeSigNumerator);
-    model.setTimeSigDenominator(timeSigDenominator);
-    groupsPerBar = 0;
-    melodyNotes.clear();
-    graceNotes.clear();
+    mModel.clear();
+    mModel.setTimeSigNumerator(mTimeSigNumerator);
+    mModel.setTimeSigDenominator(mTimeSigDenominator);
+    mGroupsPerBar = 0;
+    mMelodyNotes.clear();
+    mGraceNotes.clear();
 
-    timeShiftNotes(timeShift_s, melody, grace, melodyNotes, graceNotes);
-    if (melodyNotes.empty())
+    timeShiftNotes(timeShift_s, melody, grace, mMelodyNotes, mGraceNotes);
+    if (mMelodyNotes.empty())
         return;
-    const std::vector<PipeNote> notes = combineMelodyAndGraceNotes(melodyNotes, graceNotes);
-    const PipeNote finalNote = melodyNotes.rbegin()->second;
+    const std::vector<PipeNote> notes = combineMelodyAndGraceNotes(mMelodyNotes, mGraceNotes);
+    const PipeNote finalNote = mMelodyNotes.rbegin()->second;
 
-    const float t32_s = crotchetDuration_s * 0.125f;
+    const float t32_s = mCrotchetDuration_s * 0.125f;
     int beatLength = 1;
     QuantizationType type = QuantizationAbsolute;
-    int minLevel = rounding ? 2 : 1;
-    if (timeSigDenominator == 8) {
+    int minLevel = mRounding ? 2 : 1;
+    if (mTimeSigDenominator == 8) {
         // Compound time is counted in dotted crotchets, two to the bar whatever the numerator.
-        groupsPerBar = 2;
+        mGroupsPerBar = 2;
         beatLength = 3;
         type = QuantizationSetPattern;
-        minLevel = rounding ? 4 : 2;
-    } else if (timeSigNumerator == 2 && timeSigDenominator == 2) {
-        groupsPerBar = 2;
-        minLevel = rounding ? 4 : 2;
+        minLevel = mRounding ? 4 : 2;
+    } else if (mTimeSigNumerator == 2 && mTimeSigDenominator == 2) {
+        mGroupsPerBar = 2;
+        minLevel = mRounding ? 4 : 2;
     } else {
-        groupsPerBar = timeSigNumerator;
+        mGroupsPerBar = mTimeSigNumerator;
     }
-    groupDuration_s = float(32 / timeSigDenominator * beatLength) * t32_s;
+    mGroupDuration_s = float(32 / mTimeSigDenominator * beatLength) * t32_s;
 
-    groupQuantizer = std::make_unique<GroupQuantizer>(double(t32_s));
-    groupQuantizer->setQuantizationType(type);
-    groupQuantizer->setMinQuantizationLevel(minLevel);
+    mGroupQuantizer = std::make_unique<GroupQuantizer>(double(t32_s));
+    mGroupQuantizer->setQuantizationType(type);
+    mGroupQuantizer->setMinQuantizationLevel(minLevel);
 
     PipeTuneModel::Part part;
     BarWrapper barWrapper;
     Group group;
-    group.duration_s = groupDuration_s;
+    group.duration_s = mGroupDuration_s;
     NoteWrapper pending;
 
     for (const PipeNote& note : notes) {
@@ -124,8 +124,8 @@ void PipeTuneQuantizer::quantize(float timeShift_s, const NoteMap& melody, const
                 std::vector<PipeTuneModel::Item>& items = barWrapper.bar.items;
                 items.insert(items.end(), completed[j].items.begin(), completed[j].items.end());
                 ++barWrapper.groupCount;
-                if ((isLast && j + 1 == completed.size()) || barWrapper.groupCount == groupsPerBar) {
-                    barWrapper.bar.rowBreak = (int(part.bars.size()) + 1) % barsPerRow == 0;
+                if ((isLast && j + 1 == completed.size()) || barWrapper.groupCount == mGroupsPerBar) {
+                    barWrapper.bar.rowBreak = (int(part.bars.size()) + 1) % mBarsPerRow == 0;
                     part.bars.push_back(barWrapper.bar);
                     barWrapper.clear();
                 }
@@ -136,15 +136,15 @@ void PipeTuneQuantizer::quantize(float timeShift_s, const NoteMap& melody, const
     }
 
     if (!part.bars.empty())
-        model.parts.push_back(part);
-    if (!model.parts.empty() && !model.parts.back().bars.empty())
-        model.parts.back().bars.back().rowBreak = true;
+        mModel.parts.push_back(part);
+    if (!mModel.parts.empty() && !mModel.parts.back().bars.empty())
+        mModel.parts.back().bars.back().rowBreak = true;
 }
 
 std::vector<PipeTuneQuantizer::Group> PipeTuneQuantizer::addNoteWapperToGroup(
     Group& group, NoteWrapper wrapper, bool isLast)
 {
-    const float t32_s = crotchetDuration_s * 0.125f;
+    const float t32_s = mCrotchetDuration_s * 0.125f;
     const float half_s = t32_s * 0.5f;
     PipeNote& note = wrapper.note;
 
@@ -208,7 +208,7 @@ void PipeTuneQuantizer::finaliseGroup(Group& group)
 {
     if (group.notes.empty())
         return;
-    for (const auto& entry : groupQuantizer->quantize(group))
+    for (const auto& entry : mGroupQuantizer->quantize(group))
         group.items.insert(group.items.end(), entry.second.begin(), entry.second.end());
     if (group.notes.size() < 2)
         return;

@@ -68,7 +68,11 @@ public:
     // beat falls at 0. Starts from nothing at every call; an empty melody map gives an empty model.
     void quantize(float timeShift_s, const NoteMap& melody, const NoteMap& grace);
 
-    PipeTuneModel getModel() const { return model; }
+    PipeTuneModel getModel() const { return mModel; }
+    // The beat geometry of the last quantize, for the timing view: groups (beats) per bar, 0
+    // before the first call, and the length of one group in seconds.
+    int groupsPerBar() const { return mGroupsPerBar; }
+    float groupDuration_s() const { return mGroupDuration_s; }
 
 private:
     // Puts the note into the group, or closes the group (and as many after it as the note or
@@ -77,17 +81,17 @@ private:
     // Quantises the group's notes into items and sets the beaming flags within the beat.
     void finaliseGroup(Group& group);
 
-    int timeSigNumerator = 4;
-    int timeSigDenominator = 4;
-    float crotchetDuration_s = 1.25f;
-    bool rounding = false;
-    PipeTuneModel model;
-    NoteMap melodyNotes; // time-shifted copies of the input
-    NoteMap graceNotes;
-    int groupsPerBar = 0;
-    float groupDuration_s = 0.0f;
-    std::unique_ptr<GroupQuantizer> groupQuantizer;
-    int barsPerRow = 4;
+    int mTimeSigNumerator = 4;
+    int mTimeSigDenominator = 4;
+    float mCrotchetDuration_s = 1.25f;
+    bool mRounding = false;
+    PipeTuneModel mModel;
+    NoteMap mMelodyNotes; // time-shifted copies of the input
+    NoteMap mGraceNotes;
+    int mGroupsPerBar = 0;
+    float mGroupDuration_s = 0.0f;
+    std::unique_ptr<GroupQuantizer> mGroupQuantizer;
+    int mBarsPerRow = 4;
 };
 
 // Seconds per crotchet for a tempo in beats per minute: the beat is a crotchet in 2/4, 3/4 and

@@ -167,3 +167,23 @@ TEST(PipeTuneQuantizer, RoundingCoarsensTheGrid)
     quantizer.quantize(0.0f, melody, grace);
     EXPECT_EQ(describe(quantizer.getModel()), "LA8r B16l C16l D8l E4 /");
 }
+
+TEST(PipeTuneQuantizer, BeatGeometry)
+{
+    struct Case {
+        int numerator, denominator, groupsPerBar, group32;
+    };
+    const Case cases[] = {{4, 4, 4, 8}, {3, 4, 3, 8}, {2, 4, 2, 8}, {2, 2, 2, 16}, {6, 8, 2, 12}, {9, 8, 2, 12}};
+    NoteMap melody, grace;
+    makeMaps({{LA, 0, 8}}, melody, grace);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.numerator << "/" << c.denominator);
+        PipeTuneQuantizer quantizer;
+        EXPECT_EQ(quantizer.groupsPerBar(), 0);
+        quantizer.setTimeSignature(c.numerator, c.denominator);
+        quantizer.setCrotchetDuration_s(kCrotchet_s);
+        quantizer.quantize(0.0f, melody, grace);
+        EXPECT_EQ(quantizer.groupsPerBar(), c.groupsPerBar);
+        EXPECT_FLOAT_EQ(quantizer.groupDuration_s(), c.group32 * kT32_s);
+    }
+}
