@@ -1,12 +1,26 @@
 #!/usr/bin/env bash
 # Installs, builds and runs every test through ctest, then builds the fuzz target with clang
 # and runs it for 60 seconds. Exits non-zero if any test fails or the fuzzer finds a crash.
+# The audio tests get real devices from a PulseAudio daemon started here and stopped by
+# its own pid after ctest; without one they skip.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh --test
 bash scripts/build.sh
+. scripts/pulse-test-env.sh
+if pa_start; then
+  trap pa_stop EXIT
+else
+  echo "PulseAudio test daemon did not start: the real-audio tests will skip" >&2
+  pa_stop
+  unset PULSE_SERVER PA_DIR
+fi
 cd build
 ctest --output-on-failure --parallel "$(nproc)" --timeout 600
+if [ -n "${PULSE_SERVER:-}" ]; then
+  pa_stop
+  trap - EXIT
+fi
 
 # The fuzzer: its own clang build, started from the committed seeds; new inputs it finds go
 # to a scratch corpus so that the committed one stays as it is.
