@@ -2,6 +2,7 @@
 
 #include "CommandLine.h"
 #include "NotesTable.h"
+#include "PictureOptions.h"
 #include "TuneOptions.h"
 
 #include <cstdio>
@@ -15,11 +16,13 @@ int runScoreCommand(const QStringList& arguments)
     parser.addPositionalArgument("NOTES", "A notes file as 'ceolmark-cli transcribe' writes it.");
     TuneOptions tune;
     tune.addTo(parser);
+    PictureOptions pictures;
+    pictures.addTo(parser);
     int exitCode = 0;
     if (!CommandLine::parse(parser, command, arguments, 1, exitCode))
         return exitCode;
     QString error;
-    if (!tune.read(parser, error))
+    if (!tune.read(parser, error) || !pictures.read(parser, error))
         return CommandLine::fail(command, error + " (see --help)", CommandLine::BadUsage);
 
     const QString path = parser.positionalArguments().first();
@@ -27,13 +30,16 @@ int runScoreCommand(const QStringList& arguments)
     if (!NotesTable::read(path, melody, grace, error))
         return CommandLine::fail(command, path + ": " + error, CommandLine::BadInput);
 
-    const PipeTuneModel model = tune.quantize(melody, grace);
-    if (tune.bwwPath().isEmpty()) {
+    TuneOptions::Beat beat;
+    const PipeTuneModel model = tune.quantize(melody, grace, &beat);
+    if (pictures.wanted() && !pictures.write(tune, model, melody, grace, beat, error))
+        return CommandLine::fail(command, error, CommandLine::OutputFailed);
+    if (tune.bwwPath().isEmpty() && !pictures.wanted()) {
         const QByteArray text = tune.bwwText(model);
         std::fwrite(text.constData(), 1, size_t(text.size()), stdout);
         return CommandLine::Success;
     }
-    if (!tune.writeBww(model, tune.bwwPath(), error))
+    if (!tune.bwwPath().isEmpty() && !tune.writeBww(model, tune.bwwPath(), error))
         return CommandLine::fail(command, tune.bwwPath() + ": " + error, CommandLine::OutputFailed);
     return CommandLine::Success;
 }

@@ -101,7 +101,7 @@ bool TuneOptions::read(const QCommandLineParser& parser, QString& error)
     return true;
 }
 
-PipeTuneModel TuneOptions::quantize(const NoteMap& melody, const NoteMap& grace) const
+PipeTuneModel TuneOptions::quantize(const NoteMap& melody, const NoteMap& grace, Beat* beat) const
 {
     int numerator = 4;
     int denominator = 4;
@@ -112,6 +112,10 @@ PipeTuneModel TuneOptions::quantize(const NoteMap& melody, const NoteMap& grace)
     quantizer.setRounding(mRounding);
     quantizer.setBarsPerRow(mBarsPerRow);
     quantizer.quantize(mTimeShift_s, melody, grace);
+    if (beat) {
+        beat->duration_s = quantizer.groupDuration_s();
+        beat->perBar = quantizer.groupsPerBar();
+    }
     return quantizer.getModel();
 }
 

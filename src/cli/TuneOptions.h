@@ -38,7 +38,12 @@ public:
     // Empty when --bww was not given.
     QString bwwPath() const { return mBwwPath; }
 
-    PipeTuneModel quantize(const NoteMap& melody, const NoteMap& grace) const;
+    // The beat that quantize found: the timing view's beat and bar lines.
+    struct Beat {
+        float duration_s = 0.0f;
+        int perBar = 0;
+    };
+    PipeTuneModel quantize(const NoteMap& melody, const NoteMap& grace, Beat* beat = nullptr) const;
     // The model as Bagpipe Music Writer text with this tune's titles.
     QByteArray bwwText(const PipeTuneModel& model) const;
     // Writes the text in one write, replacing the file, as the application's "Save as..." does.

@@ -4,9 +4,11 @@
 
 #include "ExportCommand.h"
 #include "InfoCommand.h"
+#include "PictureOptions.h"
 #include "ScoreCommand.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QScopedPointer>
 #include <QStringList>
 #include <QTextStream>
 
@@ -23,7 +25,7 @@ struct Command {
 const Command kCommands[] = {
     {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
-    {"score", "Quantise a notes file into a score and write it as a .bww file", runScoreCommand},
+    {"score", "Quantise a notes file into a score: a .bww file and PNG pictures", runScoreCommand},
 };
 
 void printUsage(FILE* to)
@@ -42,7 +44,15 @@ void printUsage(FILE* to)
 
 int main(int argc, char* argv[])
 {
-    QCoreApplication app(argc, argv);
+    // Pictures need a GUI application for pixmaps and fonts. The tool never shows a window, so
+    // it draws offscreen whatever the session's display is; other commands need no GUI at all.
+    QScopedPointer<QCoreApplication> app;
+    if (PictureOptions::requested(argc, argv)) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        app.reset(new QGuiApplication(argc, argv));
+    } else {
+        app.reset(new QCoreApplication(argc, argv));
+    }
     QCoreApplication::setApplicationName("ceolmark-cli");
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
