@@ -5,12 +5,10 @@
 #include "BmwWriter.h"
 #include "CeolmarkUtils.h"
 #include "PipeTuneQuantizer.h"
+#include "RatioReporter.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <map>
-#include <string>
 
 namespace {
 
@@ -78,31 +76,6 @@ BENCHMARK(quantizerFloor)->Arg(180);
 BENCHMARK(quantizeTune)->Arg(180);
 BENCHMARK(writeBww)->Arg(180);
 
-// Prints each case's time as a multiple of the floor of the same argument, after the usual table.
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                mTimes[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        const auto floor = mTimes.find("quantizerFloor/180");
-        if (floor == mTimes.end() || floor->second <= 0.0)
-            return;
-        for (const auto& entry : mTimes)
-            std::printf("%-24s %8.1f x floor\n", entry.first.c_str(), entry.second / floor->second);
-    }
-
-private:
-    std::map<std::string, double> mTimes;
-};
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -110,7 +83,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    RatioReporter reporter;
+    RatioReporter reporter({{"quantizeTune/180", "quantizerFloor/180"}, {"writeBww/180", "quantizerFloor/180"}});
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;
