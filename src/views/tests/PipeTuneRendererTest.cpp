@@ -127,6 +127,12 @@ TEST(PipeTuneRendererTest, StaffLinesAndJustifiedBarLines)
     const std::vector<qreal> expected = {20, 68, 116};
     EXPECT_EQ(barLineXs(drawing, 0), expected);
     EXPECT_EQ(barLineXs(drawing, 1), expected);
+
+    PipeTuneRenderer renderer;
+    EXPECT_EQ(renderer.render(twoRowTune(), -2).size(), QSize(136, 120));
+    EXPECT_TRUE(renderer.render(twoRowTune(), 2).isNull()) << "no third row";
+    EXPECT_TRUE(renderer.render(PipeTuneModel(), -1).isNull());
+    EXPECT_EQ(renderer.numRows(), 0);
 }
 
 TEST(PipeTuneRendererTest, LastRowKeepsItsOwnLengthOrSnapsToTheEdge)
@@ -281,16 +287,6 @@ TEST(PipeTuneRendererTest, DotsStandInASpace)
     }
 }
 
-TEST(PipeTuneRendererTest, NothingToDraw)
-{
-    PipeTuneRenderer renderer;
-    EXPECT_TRUE(renderer.render(PipeTuneModel(), -1).isNull());
-    EXPECT_EQ(renderer.numRows(), 0);
-    EXPECT_TRUE(renderer.render(twoRowTune(), 2).isNull());
-    EXPECT_EQ(renderer.numRows(), 2);
-    EXPECT_EQ(renderer.render(twoRowTune(), -2).size(), QSize(136, 120));
-}
-
 TEST(PipeTuneRendererTest, PixelsOfARenderedRow)
 {
     PipeTuneRenderer renderer;
@@ -375,16 +371,4 @@ TEST(PipeTuneRendererTest, TimingRowsAndEmptyMelody)
     EXPECT_EQ(renderer.render(notes({PipeNote(LA, 0, 2.5f)}), grace, 0, 0.5f, 4, 0, -1).height(), 3 * 120);
     EXPECT_EQ(renderer.render(notes({PipeNote(LA, 0, 4)}), grace, 0, 0.5f, 4, 2, -1).height(), 3 * 120);
     EXPECT_EQ(renderer.numRows(), 3);
-}
-
-TEST(PipeTuneRendererTest, TimingGraceNotesAtTheirTime)
-{
-    // A throw on D at 1 s (LG D C): heads 6 apart from x 20 + 248, stems beamed above the stave.
-    const Drawing drawing = drawTiming(notes({PipeNote(D, 1.1f, 1)}), notes({PipeNote(thrd, 1, 0.1f)}), 0.5f, 4, 5, 0);
-    const std::vector<Op> heads = drawing.ellipses(4);
-    ASSERT_EQ(heads.size(), 3u);
-    EXPECT_DOUBLE_EQ(heads[0].rect.left(), 268);
-    EXPECT_DOUBLE_EQ(heads[2].rect.left(), 280);
-    EXPECT_DOUBLE_EQ(heads[1].rect.center().y(), 50);
-    EXPECT_TRUE(drawing.hasLine(QLineF(272, 15, 284, 15)));
 }
