@@ -6,7 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 namespace utils {
@@ -97,6 +99,92 @@ QString getMd5String(QString path)
 {
     const QByteArray digest = getMd5Binary(path);
     return digest.isEmpty() ? QString() : QString::fromLatin1(digest.toHex());
+}
+
+void removeDcOffset(float* samples, int n)
+{
+    if (n <= 0)
+        return;
+    double sum = 0.0;
+    for (int i = 0; i < n; ++i)
+        sum += samples[i];
+    const float mean = float(sum / n);
+    for (int i = 0; i < n; ++i)
+        samples[i] -= mean;
+}
+
+void generateHanningCoefficients(float* coefficients, int n)
+{
+    const double pi = 3.14159265358979323846;
+    for (int i = 0; i < n; ++i)
+        coefficients[i] = float((1.0 - std::cos(2.0 * pi * (i + 1) / (n + 1))) / 2.0);
+}
+
+std::vector<float> autoCorrelationTimeDomain(const std::vector<float>& samples)
+{
+    const int16_t n = int16_t(samples.size());
+    std::vector<float> result(std::max<int>(n, 0));
+    for (int lag = 0; lag < n; ++lag) {
+        double sum = 0.0;
+        for (int j = 0; j + lag < n; ++j)
+            sum += double(samples[j]) * samples[j + lag];
+        result[lag] = float(sum);
+    }
+    return result;
+}
+
+int findSnacMaxima(const float* snac, int size, int first, int last, std::vector<int>& maxima)
+{
+    maxima.clear();
+    if (size <= 0)
+        return 0;
+    int i = std::clamp(first, 0, size - 1);
+    const int end = std::min(last, size - 1);
+    while (i < end && !(snac[i] > 0.0f))
+        ++i;
+    if (i >= end)
+        return 0;
+    // Every test looks one index back.
+    if (i == 0)
+        i = 1;
+
+    int best = 0;
+    float bestValue = 0.0f;
+    int regionMax = -1;
+    auto closeRegion = [&]() {
+        if (regionMax < 0)
+            return;
+        maxima.push_back(regionMax);
+        if (snac[regionMax] > bestValue) {
+            best = regionMax;
+            bestValue = snac[regionMax];
+        }
+        regionMax = -1;
+    };
+    for (; i < end; ++i) {
+        if (!(snac[i] > 0.0f)) {
+            closeRegion();
+            continue;
+        }
+        if (snac[i] > snac[i - 1] && snac[i] >= snac[i + 1] && (regionMax < 0 || snac[i] > snac[regionMax]))
+            regionMax = i;
+    }
+    closeRegion();
+    return best;
+}
+
+int findSnacSubMaximum(const float* snac, int size, int first, int last, float k, float minimumPeak, int& bestIndex)
+{
+    // Reused across frames: the frame path should not allocate once warmed up.
+    thread_local std::vector<int> maxima;
+    bestIndex = findSnacMaxima(snac, size, first, last, maxima);
+    if (maxima.empty())
+        return 0;
+    const float threshold = std::max(minimumPeak, k * snac[bestIndex]);
+    for (int index : maxima)
+        if (snac[index] >= threshold)
+            return index;
+    return 0;
 }
 
 } // namespace utils

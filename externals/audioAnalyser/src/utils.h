@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <string>
+#include <vector>
 
 namespace utils {
 
@@ -34,5 +35,24 @@ void getVersionComponents(int version, int& major, int& minor);
 // MD5 of a file's contents; empty when the file cannot be read.
 QByteArray getMd5Binary(QString path);
 QString getMd5String(QString path);
+
+// Signal functions of the pitch analysis. Any thread; they touch only their arguments.
+
+// Subtracts the mean of the n samples, taken in double.
+void removeDcOffset(float* samples, int n);
+// (1 - cos(2 pi (i + 1) / (n + 1))) / 2 for i = 0..n-1: no coefficient is 0.
+void generateHanningCoefficients(float* coefficients, int n);
+// The direct sum of x[j] x[j + lag] for every lag. The length goes through a 16-bit
+// signed integer, so an input of 32768 samples or more wraps (and may give nothing).
+std::vector<float> autoCorrelationTimeDomain(const std::vector<float>& samples);
+
+// Key maxima of a SNAC curve between first and the smaller of last and size - 1
+// (exclusive): the highest local maximum of each positive region, in index order, into
+// maxima. Returns the index of the highest of them, 0 when there are none.
+int findSnacMaxima(const float* snac, int size, int first, int last, std::vector<int>& maxima);
+// The first key maximum whose value is at least the larger of minimumPeak and
+// k x the highest key maximum, or 0; bestIndex receives the highest key maximum's index.
+// Preferring the shortest period among nearly equal peaks is what avoids octave errors.
+int findSnacSubMaximum(const float* snac, int size, int first, int last, float k, float minimumPeak, int& bestIndex);
 
 } // namespace utils
