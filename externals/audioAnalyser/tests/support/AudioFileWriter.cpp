@@ -1,0 +1,47 @@
+#include "AudioFileWriter.h"
+
+#include <sndfile.h>
+
+bool AudioFileWriter::write(const QString& path, const std::vector<short>& samples, int sampleRate_Hz, QString& error,
+    Container container, Encoding encoding, int channels)
+{
+    SF_INFO info = {};
+    info.samplerate = sampleRate_Hz;
+    info.channels = channels;
+    switch (container) {
+    case Wav: info.format = SF_FORMAT_WAV; break;
+    case Flac: info.format = SF_FORMAT_FLAC; break;
+    case Ogg: info.format = SF_FORMAT_OGG; break;
+    case Aiff: info.format = SF_FORMAT_AIFF; break;
+    }
+    if (container == Ogg) {
+        info.format |= SF_FORMAT_VORBIS;
+    } else {
+        switch (encoding) {
+        case Pcm16: info.format |= SF_FORMAT_PCM_16; break;
+        case Float: info.format |= SF_FORMAT_FLOAT; break;
+        case Pcm24: info.format |= SF_FORMAT_PCM_24; break;
+        case Pcm8: info.format |= container == Wav ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8; break;
+        }
+    }
+    if (channels < 1 || !sf_format_check(&info)) {
+        error = "libsndfile cannot write this combination of container, encoding and channels";
+        return false;
+    }
+    SNDFILE* file = sf_open(path.toLocal8Bit().constData(), SFM_WRITE, &info);
+    if (!file) {
+        error = QString("cannot write %1: %2").arg(path, sf_strerror(nullptr));
+        return false;
+    }
+    std::vector<float> frames(samples.size() * std::size_t(channels));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        for (int c = 0; c < channels; ++c)
+            frames[i * std::size_t(channels) + std::size_t(c)] = float(c == 0 ? samples[i] : -samples[i]) / 32768.0f;
+    // Floats in [-1, 1) map back to the same 16-bit values exactly.
+    const sf_count_t written = sf_writef_float(file, frames.data(), sf_count_t(samples.size()));
+    const bool ok = written == sf_count_t(samples.size());
+    if (!ok)
+        error = QString("cannot write %1: %2").arg(path, sf_strerror(file));
+    sf_close(file);
+    return ok;
+}
