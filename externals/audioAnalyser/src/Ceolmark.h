@@ -6,6 +6,7 @@
 #include "TimeRange.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -80,6 +81,9 @@ public:
     // Threads for the frame analysis of a long block: 0 picks the number of cores, 1 runs
     // on the calling thread only. The frames come out bit-identical either way.
     void setFrameAnalysisThreads(int threads) { mFrameAnalysisThreads = threads; }
+    // Called on the calling thread while calculateFrequencies works through a block, with
+    // the share of its frames analysed so far (0..1). Empty by default.
+    void setProgressCallback(std::function<void(float share)> callback) { mProgressCallback = std::move(callback); }
 
     // Results of the last transcribe(), times in seconds from the first frame.
     const NoteMap& notes() const { return mNotes; }
@@ -181,9 +185,13 @@ protected:
     std::vector<float> mQualities;
     std::vector<float> mVolumes;
     int mFrameAnalysisThreads = 0;
+    std::function<void(float share)> mProgressCallback;
 
 private:
     // Frames [first, last) of a block read from samples or filtered, appended at arrayOffset.
     void analyseFrames(PitchFinder& finder, const short* samples, const float* filtered, unsigned first, unsigned last,
         size_t arrayOffset);
+    // The same in slices, telling the progress callback the share of [first, last) done.
+    void analyseFramesReporting(PitchFinder& finder, const short* samples, const float* filtered, unsigned first,
+        unsigned last, size_t arrayOffset);
 };

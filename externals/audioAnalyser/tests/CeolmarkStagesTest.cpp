@@ -1,0 +1,374 @@
+// The transcription stages on hand-made note maps: what each finds at its boundaries.
+
+#include "Ceolmark.h"
+#include "TestNotes.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+// Gives the tests the maps a stage reads and writes.
+class CeolmarkProbe : public Ceolmark {
+public:
+    NoteMap& melody() { return mNotes; }
+    NoteMap& gracing() { return mGraceNotes; }
+    NoteMap& processed() { return mProcessedNotes; }
+    NoteMap& consolidated() { return mConsolidatedNotes; }
+    std::vector<TimeRange>& gde() { return mGdeRanges; }
+    std::vector<float>& qualityArray() { return mQualities; }
+    // Silent frame arrays for the first seconds, for stages that look into them.
+    void silentFrames(float seconds)
+    {
+        const size_t frames = size_t(seconds / framePeriod_s());
+        mFrequencies.assign(frames, 0.0f);
+        mQualities.assign(frames, 0.0f);
+    }
+};
+
+// "name@start" in order, without durations, for stages where only the names and starts matter.
+std::string startsOf(const NoteMap& map)
+{
+    std::string text;
+    for (const auto& entry : map) {
+        char buffer[64];
+        std::snprintf(buffer, sizeof buffer, "%s%s@%.3f", text.empty() ? "" : " ",
+            toString(entry.second.noteName()).c_str(), entry.second.start_s());
+        text += buffer;
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(CeolmarkStages, RunInTheirFixedOrder)
+{
+    std::vector<std::string> names;
+    for (const Ceolmark::Stage& stage : Ceolmark::stages())
+        names.push_back(stage.name);
+    ASSERT_EQ(names.size(), 21u);
+    EXPECT_EQ(names[0], "getMelodyNotes");
+    EXPECT_EQ(names[4], "consolidate");
+    EXPECT_EQ(names[10], "reformMelodyAndGracing");
+    EXPECT_EQ(names[16], "extractStrikes");
+    EXPECT_EQ(names[11], names[20]); // the strip runs again last
+}
+
+TEST(CeolmarkStages, ConsolidateFillsTheGapsBetweenGraceNotesWithMelody)
+{
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> melody;
+        std::vector<PipeNote> grace;
+        std::string expected;
+    };
+    const Case cases[] = {
+        // The sentinels give melody before the first and after the last grace note.
+        {"one grace note", {PipeNote(LA, 0.5f, 1.0f), PipeNote(B, 1.5f, 1.0f)}, {PipeNote(D, 1.45f, 0.05f)},
+            "LA@0.500 D@1.450 B@1.500"},
+        {"melody cut to the gaps", {PipeNote(C, 0.0f, 2.0f)}, {PipeNote(D, 0.5f, 0.25f), PipeNote(E, 1.0f, 0.25f)},
+            "C@0.000 D@0.500 C@0.750 E@1.000 C@1.250"},
+        {"a gap of 0.02 s is not filled", {PipeNote(C, 0.0f, 2.0f)},
+            {PipeNote(D, 0.5f, 0.25f), PipeNote(E, 0.77f, 0.25f)}, "C@0.000 D@0.500 E@0.770 C@1.020"},
+        // A grace candidate named as the melody note beside it joins it.
+        {"same names merge", {PipeNote(D, 0.0f, 0.5f), PipeNote(E, 0.6f, 1.0f)}, {PipeNote(D, 0.5f, 0.05f)},
+            "D@0.000 E@0.600"},
+        {"no grace notes: melody as it is", {PipeNote(D, 0.0f, 0.5f), PipeNote(E, 0.5f, 1.0f)}, {}, "D@0.000 E@0.500"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.melody() = mapOf(c.melody);
+        probe.gracing() = mapOf(c.grace);
+        EXPECT_EQ(startsOf(probe.consolidate()), c.expected);
+        EXPECT_EQ(probe.gracing().size(), c.grace.size()); // consolidate changes nothing
+    }
+
+    // Overlapping grace notes: the later one gives way, keeping its end.
+    CeolmarkProbe probe;
+    probe.gracing() = mapOf({PipeNote(D, 1.0f, 0.5f), PipeNote(E, 1.25f, 0.5f)});
+    const NoteMap stream = probe.consolidate();
+    ASSERT_EQ(stream.size(), 2u);
+    EXPECT_EQ(stream.rbegin()->second.start_s(), 1.5f);
+    EXPECT_EQ(stream.rbegin()->second.duration_s(), 0.25f);
+}
+
+TEST(CeolmarkStages, SingleGraceNotesAndLowGs)
+{
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> stream;
+        std::vector<TimeRange> gde;
+        std::string processed;
+    };
+    const Case cases[] = {
+        {"F of 0.015 s", {PipeNote(C, 0.5f, 0.5f), PipeNote(F, 1.0f, 0.015f), PipeNote(D, 1.015f, 0.5f)}, {},
+            "fg@1.000"},
+        {"F of 0.15 s stays", {PipeNote(C, 0.5f, 0.5f), PipeNote(F, 1.0f, 0.15f), PipeNote(D, 1.15f, 0.5f)}, {}, ""},
+        {"LG between two Cs", {PipeNote(C, 0.5f, 0.5f), PipeNote(LG, 1.0f, 0.1f), PipeNote(C, 1.1f, 0.5f)}, {},
+            "strlg@1.000"},
+        {"LG between C and D", {PipeNote(C, 0.5f, 0.5f), PipeNote(LG, 1.0f, 0.1f), PipeNote(D, 1.1f, 0.5f)}, {},
+            "gg@1.000"},
+        {"LG after a short note", {PipeNote(C, 0.85f, 0.15f), PipeNote(LG, 1.0f, 0.1f), PipeNote(D, 1.1f, 0.5f)}, {},
+            "strlg@1.000"},
+        {"LG first", {PipeNote(LG, 1.0f, 0.1f), PipeNote(D, 1.1f, 0.5f)}, {}, "strlg@1.000"},
+        {"LG in a G-D-E range stays", {PipeNote(C, 0.5f, 0.5f), PipeNote(LG, 1.0f, 0.1f), PipeNote(D, 1.1f, 0.5f)},
+            {{0.9f, 1.1f}}, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.consolidated() = mapOf(c.stream);
+        probe.gde() = c.gde;
+        probe.getSingleGracenotes();
+        EXPECT_EQ(startsOf(probe.processed()), c.processed);
+        EXPECT_EQ(probe.consolidated().size() + probe.processed().size(), c.stream.size());
+    }
+}
+
+TEST(CeolmarkStages, MovementsFromTheStream)
+{
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> melody;
+        std::vector<PipeNote> stream;
+        std::string processed;
+        std::string left;
+    };
+    const Case cases[] = {
+        {"grip after a melody note", {PipeNote(C, 0.5f, 0.5f)},
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(LG, 1.0f, 0.03f), PipeNote(D, 1.03f, 0.03f), PipeNote(LG, 1.06f, 0.3f)},
+            "grp@1.000", "C@0.500"},
+        {"half doubling when the last low G is long", {PipeNote(C, 0.5f, 0.5f)},
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(LG, 1.0f, 0.03f), PipeNote(D, 1.03f, 0.03f), PipeNote(LG, 1.06f, 0.5f)},
+            "hdblg@1.000", "C@0.500 LG@1.060"},
+        {"doubling keeps its last note", {},
+            {PipeNote(HG, 1.0f, 0.03f), PipeNote(LG, 1.03f, 0.03f), PipeNote(D, 1.06f, 0.03f),
+                PipeNote(LG, 1.09f, 0.5f)},
+            "dblg@1.000", "LG@1.090"},
+        {"high A doubling needs a short high G", {},
+            {PipeNote(HA, 1.0f, 0.5f), PipeNote(HG, 1.5f, 0.15f), PipeNote(HA, 1.65f, 0.5f)}, "",
+            "HA@1.000 HG@1.500 HA@1.650"},
+        {"high A doubling", {}, {PipeNote(HA, 1.0f, 0.1f), PipeNote(HG, 1.1f, 0.03f), PipeNote(HA, 1.13f, 0.5f)},
+            "dbha@1.000", "HA@1.130"},
+        {"high A doubling with a late high G", {},
+            {PipeNote(HA, 1.0f, 0.19f), PipeNote(HG, 1.2f, 0.03f), PipeNote(HA, 1.23f, 0.5f)}, "",
+            "HA@1.000 HG@1.200 HA@1.230"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.melody() = mapOf(c.melody);
+        probe.consolidated() = mapOf(c.stream);
+        probe.getDoublings();
+        EXPECT_EQ(startsOf(probe.processed()), c.processed);
+        EXPECT_EQ(startsOf(probe.consolidated()), c.left);
+    }
+}
+
+TEST(CeolmarkStages, GdeAndThrow)
+{
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> stream;
+        std::string processed;
+        std::string left;
+    };
+    const Case gdes[] = {
+        {"on B",
+            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.02f), PipeNote(D, 1.05f, 0.03f), PipeNote(B, 1.08f, 0.02f),
+                PipeNote(E, 1.1f, 0.03f), PipeNote(B, 1.13f, 0.5f)},
+            "gg@1.000 dg@1.050 eg@1.100", "B@1.030 B@1.080 B@1.130"},
+        {"mixed low notes",
+            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.02f), PipeNote(D, 1.05f, 0.03f), PipeNote(C, 1.08f, 0.02f),
+                PipeNote(E, 1.1f, 0.03f), PipeNote(B, 1.13f, 0.5f)},
+            "", "HG@1.000 B@1.030 D@1.050 C@1.080 E@1.100 B@1.130"},
+    };
+    for (const Case& c : gdes) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.consolidated() = mapOf(c.stream);
+        probe.getGdes();
+        EXPECT_EQ(startsOf(probe.processed()), c.processed);
+        EXPECT_EQ(startsOf(probe.consolidated()), c.left);
+        EXPECT_EQ(probe.gdeRanges().size(), c.processed.empty() ? 0u : 1u);
+    }
+
+    const Case throws[] = {
+        {"throw",
+            {PipeNote(LG, 1.0f, 0.1f), PipeNote(D, 1.1f, 0.04f), PipeNote(C, 1.14f, 0.03f), PipeNote(D, 1.17f, 0.5f)},
+            "thrd@1.000", "D@1.170"},
+        {"half throw after a long low G",
+            {PipeNote(LG, 1.0f, 0.31f), PipeNote(D, 1.31f, 0.04f), PipeNote(C, 1.35f, 0.03f), PipeNote(D, 1.38f, 0.5f)},
+            "hthrd@1.310", "LG@1.000 D@1.380"},
+    };
+    for (const Case& c : throws) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.silentFrames(3.0f);
+        probe.consolidated() = mapOf(c.stream);
+        probe.extractThrd();
+        ASSERT_FALSE(probe.processed().empty());
+        EXPECT_EQ(startsOf(probe.processed()).substr(0, c.processed.size()), c.processed);
+        EXPECT_EQ(startsOf(probe.consolidated()), c.left);
+    }
+}
+
+TEST(CeolmarkStages, ReformStartsMelodyWhereTheMovementReachesIt)
+{
+    CeolmarkProbe probe;
+    // A doubling on B from 1.0 s whose B sounds from 1.06 s, inside the stream's B.
+    PipeNote doubling(dbb, 1.0f, 0.06f);
+    doubling.setMelodyNoteStartOffset_s(0.06f);
+    probe.processed() = mapOf({doubling});
+    probe.consolidated() = mapOf({PipeNote(LA, 0.5f, 0.5f), PipeNote(B, 1.08f, 0.5f)});
+    probe.reformMelodyAndGracing();
+    EXPECT_EQ(startsOf(probe.gracing()), "dbb@1.000");
+    // LA runs into the doubling up to its melody note; B starts where the doubling reaches it.
+    ASSERT_EQ(probe.melody().size(), 2u) << describe(probe.melody());
+    const PipeNote la = probe.melody().begin()->second;
+    const PipeNote b = probe.melody().rbegin()->second;
+    EXPECT_EQ(la.start_s(), 0.5f);
+    EXPECT_FLOAT_EQ(la.getEnd_s(), 1.06f);
+    EXPECT_FLOAT_EQ(b.start_s(), 1.06f);
+    EXPECT_FLOAT_EQ(b.getEnd_s(), 1.58f);
+
+    CeolmarkProbe empty;
+    empty.melody() = mapOf({PipeNote(LA, 0.5f, 0.5f)});
+    empty.reformMelodyAndGracing();
+    EXPECT_TRUE(empty.melody().empty());
+}
+
+TEST(CeolmarkStages, MergedWalks)
+{
+    using Stage = void (Ceolmark::*)();
+    struct Case {
+        const char* what;
+        Stage stage;
+        std::vector<PipeNote> melody;
+        std::vector<PipeNote> grace;
+        std::string melodyAfter;
+        std::string graceAfter;
+    };
+    const Case cases[] = {
+        {"too few entries: nothing at all", &Ceolmark::finalGraceNoteCheck, {PipeNote(HG, 1.0f, 0.5f)},
+            {PipeNote(gg, 0.9f, 0.1f)}, "HG@1.000", "gg@0.900"},
+        // extractShortMelodyNotes: a long grace note between melody notes
+        {"room for a note", &Ceolmark::extractShortMelodyNotes, {PipeNote(B, 0.5f, 0.5f), PipeNote(E, 1.1f, 0.5f)},
+            {PipeNote(dg, 1.0f, 0.09f)}, "B@0.500 D@1.000 E@1.100", ""},
+        {"no room, no run", &Ceolmark::extractShortMelodyNotes, {PipeNote(B, 0.5f, 0.5f), PipeNote(E, 1.04f, 0.5f)},
+            {PipeNote(dg, 1.0f, 0.09f)}, "B@0.500 E@1.040", "dg@1.000"},
+        {"no room but a run of the scale", &Ceolmark::extractShortMelodyNotes,
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(E, 1.04f, 0.5f)}, {PipeNote(dg, 1.0f, 0.09f)}, "C@0.500 D@1.000 E@1.090",
+            ""},
+        {"short grace notes stay", &Ceolmark::extractShortMelodyNotes,
+            {PipeNote(B, 0.5f, 0.5f), PipeNote(E, 1.1f, 0.5f)}, {PipeNote(dg, 1.0f, 0.08f)}, "B@0.500 E@1.100",
+            "dg@1.000"},
+        // applyBusinessLogic
+        {"gg dg B is a doubling", &Ceolmark::applyBusinessLogic, {PipeNote(LA, 0.5f, 0.45f), PipeNote(B, 1.0f, 0.5f)},
+            {PipeNote(gg, 0.95f, 0.03f), PipeNote(dg, 0.98f, 0.02f)}, "LA@0.500 B@0.950", "dbb@0.950"},
+        {"fg between HA and HG", &Ceolmark::applyBusinessLogic, {PipeNote(HA, 0.5f, 0.5f), PipeNote(HG, 1.1f, 0.5f)},
+            {PipeNote(fg, 1.0f, 0.1f)}, "HA@0.500 HG@1.100", "strf@1.000"},
+        {"short fg elsewhere", &Ceolmark::applyBusinessLogic, {PipeNote(C, 0.5f, 0.5f), PipeNote(HG, 1.1f, 0.5f)},
+            {PipeNote(fg, 1.0f, 0.07f)}, "C@0.500 HG@1.100", "gg@1.000"},
+        {"fg of 0.08 s stays", &Ceolmark::applyBusinessLogic, {PipeNote(C, 0.5f, 0.5f), PipeNote(HG, 1.1f, 0.5f)},
+            {PipeNote(fg, 1.0f, 0.08f)}, "C@0.500 HG@1.100", "fg@1.000"},
+        // dealWithContigousGracing
+        {"two primaries in contact stay", &Ceolmark::dealWithContigousGracing,
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(E, 1.1f, 0.5f)}, {PipeNote(dg, 1.0f, 0.03f), PipeNote(gg, 1.03f, 0.03f)},
+            "C@0.500 E@1.100", "dg@1.000 gg@1.030"},
+        {"a primary and another", &Ceolmark::dealWithContigousGracing,
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(E, 1.1f, 0.5f)}, {PipeNote(dg, 1.0f, 0.03f), PipeNote(bg, 1.03f, 0.03f)},
+            "C@0.500 B@1.000 E@1.060", "dg@1.000"},
+        {"a primary before a long other", &Ceolmark::dealWithContigousGracing,
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(E, 1.2f, 0.5f)}, {PipeNote(gg, 1.0f, 0.03f), PipeNote(tg, 1.03f, 0.08f)},
+            "C@0.500 HA@1.000 E@1.110", "gg@1.000"},
+        {"two others, the second long", &Ceolmark::dealWithContigousGracing,
+            {PipeNote(B, 0.5f, 0.5f), PipeNote(E, 1.2f, 0.5f)}, {PipeNote(bg, 1.0f, 0.03f), PipeNote(cg, 1.03f, 0.08f)},
+            "B@0.500 C@1.000 E@1.110", "bg@1.000"},
+        {"two others, the first long", &Ceolmark::dealWithContigousGracing,
+            {PipeNote(B, 0.5f, 0.5f), PipeNote(E, 1.2f, 0.5f)}, {PipeNote(cg, 1.0f, 0.08f), PipeNote(bg, 1.08f, 0.03f)},
+            "B@0.500 C@1.000 E@1.200", "bg@1.080"},
+        // finalGraceNoteCheck
+        {"equal to a neighbour and short", &Ceolmark::finalGraceNoteCheck,
+            {PipeNote(HG, 0.5f, 0.5f), PipeNote(HG, 1.1f, 0.5f)}, {PipeNote(gg, 1.0f, 0.07f)}, "HG@0.500 HG@1.100",
+            "gg@1.000"},
+        {"equal to a neighbour and long", &Ceolmark::finalGraceNoteCheck,
+            {PipeNote(HG, 0.5f, 0.5f), PipeNote(HG, 1.1f, 0.5f)}, {PipeNote(gg, 1.0f, 0.08f)},
+            "HG@0.500 HG@1.000 HG@1.080", ""},
+        {"below both: a strike", &Ceolmark::finalGraceNoteCheck, {PipeNote(C, 0.5f, 0.5f), PipeNote(D, 1.1f, 0.5f)},
+            {PipeNote(bg, 1.0f, 0.05f)}, "C@0.500 D@1.100", "strb@1.000"},
+        {"below both, long, not before C: melody", &Ceolmark::finalGraceNoteCheck,
+            {PipeNote(C, 0.5f, 0.5f), PipeNote(D, 1.1f, 0.5f)}, {PipeNote(bg, 1.0f, 0.08f)}, "C@0.500 B@1.000 D@1.080",
+            ""},
+        {"below both, long, before C: a strike", &Ceolmark::finalGraceNoteCheck,
+            {PipeNote(D, 0.5f, 0.5f), PipeNote(C, 1.1f, 0.5f)}, {PipeNote(bg, 1.0f, 0.08f)}, "D@0.500 C@1.100",
+            "strb@1.000"},
+        {"above both: a grace note", &Ceolmark::finalGraceNoteCheck, {PipeNote(C, 0.5f, 0.5f), PipeNote(D, 1.1f, 0.5f)},
+            {PipeNote(gg, 1.0f, 0.1f)}, "C@0.500 D@1.100", "gg@1.000"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.melody() = mapOf(c.melody);
+        probe.gracing() = mapOf(c.grace);
+        (probe.*c.stage)();
+        EXPECT_EQ(startsOf(probe.melody()), c.melodyAfter);
+        EXPECT_EQ(startsOf(probe.gracing()), c.graceAfter);
+    }
+}
+
+TEST(CeolmarkStages, MelodyGapsAndUnlikelyGraceNotes)
+{
+    CeolmarkProbe probe;
+    probe.melody() = mapOf({PipeNote(C, 0.5f, 0.4f), PipeNote(D, 1.0f, 0.4f), PipeNote(E, 1.5f, 0.5f)});
+    probe.gracing() = mapOf({PipeNote(thrd, 0.95f, 0.05f), PipeNote(gg, 1.45f, 0.05f)});
+    probe.dealWithMelodyGaps();
+    // Before the throw the gap closes; before the G grace note it remains.
+    EXPECT_EQ(describe(probe.melody()), "C@0.500000+0.500000 D@1.000000+0.400000 E@1.500000+0.500000");
+
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> grace;
+        std::string left;
+    };
+    const Case cases[] = {
+        {"a grace note named as the melody note it starts", {PipeNote(C, 0.51f, 0.05f)}, ""},
+        {"a short grace note before a movement", {PipeNote(gg, 0.9f, 0.05f), PipeNote(dbd, 0.95f, 0.05f)}, "dbd@0.950"},
+        {"a long grace note before a movement", {PipeNote(gg, 0.9f, 0.08f), PipeNote(dbd, 0.98f, 0.05f)},
+            "gg@0.900 dbd@0.980"},
+        {"a melody-named grace note over 0.15 s", {PipeNote(E, 0.7f, 0.16f)}, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe strip;
+        strip.melody() = mapOf({PipeNote(C, 0.5f, 0.4f), PipeNote(D, 1.0f, 0.4f)});
+        strip.gracing() = mapOf(c.grace);
+        strip.stripUnlikelyGracenotes();
+        EXPECT_EQ(startsOf(strip.gracing()), c.left);
+    }
+}
+
+TEST(CeolmarkStages, StretchByQualityAndOverlapsGde)
+{
+    CeolmarkProbe probe; // 44100 Hz, hop 20: a frame is 20/44100 s
+    probe.qualityArray() = {0.5f, 0.5f, 0.9f, 0.9f, 0.5f, 0.9f, 0.5f, 0.5f};
+    const float frame_s = 20.0f / 44100.0f;
+    auto frames = [&](TimeRange range) {
+        return std::make_pair(int(std::lround(range.first / frame_s)), int(std::lround(range.second / frame_s)));
+    };
+    // From frame 3 down to the 0.9 at 3 itself; from frame 4 up to the next 0.9 at 5.
+    EXPECT_EQ(frames(probe.stretchNoteByQuality({3.5f * frame_s, 4.5f * frame_s}, 0.7f)), std::make_pair(3, 5));
+    // A low stretch reaching frame 0 starts at 0; one reaching the end ends at the array's length.
+    EXPECT_EQ(frames(probe.stretchNoteByQuality({1.5f * frame_s, 6.5f * frame_s}, 0.7f)), std::make_pair(0, 8));
+    // Outside the arrays the range comes back unchanged.
+    const TimeRange outside(5.5f * frame_s, 9.5f * frame_s);
+    EXPECT_EQ(probe.stretchNoteByQuality(outside, 0.7f), outside);
+
+    probe.gde() = {{1.0f, 1.5f}};
+    EXPECT_TRUE(probe.overlapsGde(PipeNote(D, 0.99f, 0.1f)));
+    EXPECT_FALSE(probe.overlapsGde(PipeNote(D, 0.97f, 0.1f)));
+    EXPECT_FALSE(probe.overlapsGde(PipeNote(D, 1.49f, 0.1f)));
+}
