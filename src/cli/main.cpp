@@ -3,6 +3,7 @@
 // 5 output not written (see CommandLine::ExitCode).
 
 #include "ExportCommand.h"
+#include "FramesCommand.h"
 #include "InfoCommand.h"
 #include "PictureOptions.h"
 #include "ScoreCommand.h"
@@ -25,6 +26,7 @@ struct Command {
 const Command kCommands[] = {
     {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
+    {"frames", "Print the pitch analysis of every frame of an audio file", runFramesCommand},
     {"score", "Quantise a notes file into a score: a .bww file and PNG pictures", runScoreCommand},
 };
 

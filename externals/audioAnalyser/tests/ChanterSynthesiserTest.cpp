@@ -73,6 +73,7 @@ TEST(ChanterSynthesiser, PlaysEveryGracingAsItsExpansion)
         EXPECT_EQ(recorded.noteName(), gracing);
         EXPECT_NEAR(recorded.start_s(), 0.3, 1e-6);
         EXPECT_NEAR(recorded.melodyNoteStart_s(), played.back().start_s, 1e-6);
+        EXPECT_NEAR(synth.gracingDuration_s(gracing), recorded.melodyNoteStartOffset_s(), 1e-6);
         ASSERT_EQ(synth.melodyNotes().size(), 2u);
         EXPECT_NEAR(synth.melodyNotes().rbegin()->second.start_s(), played.back().start_s, 1e-6);
     }

@@ -2,6 +2,8 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
+
 bool AudioFileWriter::write(const QString& path, const std::vector<short>& samples, int sampleRate_Hz, QString& error,
     Container container, Encoding encoding, int channels)
 {
@@ -33,12 +35,23 @@ bool AudioFileWriter::write(const QString& path, const std::vector<short>& sampl
         error = QString("cannot write %1: %2").arg(path, sf_strerror(nullptr));
         return false;
     }
-    std::vector<float> frames(samples.size() * std::size_t(channels));
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        for (int c = 0; c < channels; ++c)
-            frames[i * std::size_t(channels) + std::size_t(c)] = float(c == 0 ? samples[i] : -samples[i]) / 32768.0f;
-    // Floats in [-1, 1) map back to the same 16-bit values exactly.
-    const sf_count_t written = sf_writef_float(file, frames.data(), sf_count_t(samples.size()));
+    // Integers go in as integers, so 16-bit files hold the very samples given; floats are
+    // samples / 32768, which a normalising reader maps back exactly.
+    const std::size_t width = std::size_t(channels);
+    sf_count_t written = 0;
+    if (encoding == Float || container == Ogg) {
+        std::vector<float> frames(samples.size() * width);
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            for (std::size_t c = 0; c < width; ++c)
+                frames[i * width + c] = float(c == 0 ? samples[i] : -samples[i]) / 32768.0f;
+        written = sf_writef_float(file, frames.data(), sf_count_t(samples.size()));
+    } else {
+        std::vector<short> frames(samples.size() * width);
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            for (std::size_t c = 0; c < width; ++c)
+                frames[i * width + c] = c == 0 ? samples[i] : short(std::max(-32767, -int(samples[i])));
+        written = sf_writef_short(file, frames.data(), sf_count_t(samples.size()));
+    }
     const bool ok = written == sf_count_t(samples.size());
     if (!ok)
         error = QString("cannot write %1: %2").arg(path, sf_strerror(file));

@@ -105,6 +105,19 @@ int64_t ChanterSynthesiser::sound(PipeNoteName note, double duration_s)
     return start;
 }
 
+double ChanterSynthesiser::gracingDuration_s(PipeNoteName gracing) const
+{
+    const std::vector<PipeNoteName> expansion = getNoteNames(gracing);
+    if (isMelodyNote(gracing) || expansion.empty())
+        return 0.0;
+    double duration_s = 0.0;
+    for (std::size_t i = 0; i < expansion.size(); ++i) {
+        const bool longLowG = i == 0 && expansion[i] == LG && isGripLike(gracing);
+        duration_s += double(toSamples(longLowG ? mFirstLowG_s : mGraceNote_s)) / mSampleRate_Hz;
+    }
+    return duration_s;
+}
+
 void ChanterSynthesiser::play(PipeNoteName melody, double duration_s, PipeNoteName gracing)
 {
     if (!isMelodyNote(melody))

@@ -67,6 +67,10 @@ public:
     // The first low G of a grip, throw or taorluath, default 0.045 s.
     void setFirstLowG_s(double duration_s) { mFirstLowG_s = duration_s; }
 
+    // How long a gracing lasts at the current timing, so that callers can put the melody
+    // note or the gracing on a beat; 0 for Unknown.
+    double gracingDuration_s(PipeNoteName gracing) const;
+
     // --- Playing, in order.
     // The melody note LG..HA for duration_s, after the gracing if one is given (any
     // non-melody name but a strike). The gracing's time comes before the melody note.
