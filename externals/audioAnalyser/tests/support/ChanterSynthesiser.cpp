@@ -86,6 +86,11 @@ int64_t ChanterSynthesiser::toSamples(double duration_s) const
     return std::max<int64_t>(0, std::llround(duration_s * mSampleRate_Hz));
 }
 
+double ChanterSynthesiser::driftFactor(double time_s) const
+{
+    return std::pow(10.0, mDrift_centsPerSecond * time_s / 3986.4460836000003);
+}
+
 double ChanterSynthesiser::frequencyOf(PipeNoteName note) const
 {
     const double centre_Hz = mTuning.getReferenceNoteCentreFrequency_Hz(noteNameToReferenceNote(note));
@@ -176,8 +181,11 @@ std::vector<short> ChanterSynthesiser::render() const
             continue;
         const bool startsReed = s == 0 || mSegments[s - 1].frequency_Hz <= 0.0;
         const bool stopsReed = s + 1 == mSegments.size() || mSegments[s + 1].frequency_Hz <= 0.0;
-        const double step = segment.frequency_Hz / mSampleRate_Hz;
+        double step = segment.frequency_Hz / mSampleRate_Hz;
         for (int64_t i = 0; i < segment.count_samples; ++i) {
+            if (mDrift_centsPerSecond != 0.0)
+                step = segment.frequency_Hz * driftFactor(double(segment.start_samples + i) / mSampleRate_Hz)
+                    / mSampleRate_Hz;
             double value = 0.0;
             for (std::size_t h = 1; h <= mHarmonics.size(); ++h) {
                 if (double(h) * segment.frequency_Hz >= nyquist_Hz)

@@ -60,6 +60,11 @@ public:
     void setNoise(double level_normalized, uint32_t seed);
     // Pitch of every chanter note off its centre by cents (same scale as the tuning).
     void setDetune_cents(double cents) { mDetune_cents = cents; }
+    // The chanter drifts: its pitch rises by this many cents per second of the performance
+    // (negative falls), as a warming chanter does; the drones stay put.
+    void setDrift_centsPerSecond(double cents) { mDrift_centsPerSecond = cents; }
+    // How far the drift has taken the chanter's pitch at a time, as a factor.
+    double driftFactor(double time_s) const;
 
     // --- The timing of gracing; applies to what is played after.
     // Each grace note's length, default 0.030 s; pipers play 0.020 to 0.045 s.
@@ -115,6 +120,7 @@ private:
     double mNoiseLevel = 0.0;
     uint32_t mNoiseSeed = 0;
     double mDetune_cents = 0.0;
+    double mDrift_centsPerSecond = 0.0;
     double mGraceNote_s = 0.030;
     double mFirstLowG_s = 0.045;
 
