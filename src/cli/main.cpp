@@ -2,6 +2,7 @@
 // Exit status: 0 success, 2 bad usage, 3 unreadable or unsuitable input, 4 analysis failed,
 // 5 output not written (see CommandLine::ExitCode).
 
+#include "CalibrateCommand.h"
 #include "ExportCommand.h"
 #include "FramesCommand.h"
 #include "InfoCommand.h"
@@ -27,6 +28,7 @@ const Command kCommands[] = {
     {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
     {"frames", "Print the pitch analysis of every frame of an audio file", runFramesCommand},
+    {"calibrate", "Learn the nine note frequencies of a chanter from a recorded scale", runCalibrateCommand},
     {"score", "Quantise a notes file into a score: a .bww file and PNG pictures", runScoreCommand},
 };
 
