@@ -1,5 +1,8 @@
 #include "CommandLine.h"
 
+#include "AudioFileReader.h"
+#include "TranscriptionFrames.h"
+
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -42,4 +45,33 @@ int CommandLine::fail(const QString& command, const QString& message, int exitCo
     // Messages from Qt or the system may carry line breaks; a failure stays one line.
     std::fprintf(stderr, "ceolmark-cli %s: %s\n", qPrintable(command), qPrintable(message.simplified()));
     return exitCode;
+}
+
+int CommandLine::withUsage(const QCommandLineParser& parser, const QString& command, int exitCode)
+{
+    if (exitCode == BadUsage) {
+        const QString help = parser.helpText();
+        const QString usage = help.left(help.indexOf('\n'));
+        std::fprintf(stderr, "Usage: ceolmark-cli %s %s\n", qPrintable(command), qPrintable(usage.section(' ', 2)));
+    }
+    return exitCode;
+}
+
+bool CommandLine::readAudio(const QString& command, const QString& path, AudioFileReader& reader, int& exitCode)
+{
+    QString error;
+    if (!reader.read(path, error)) {
+        exitCode = fail(command, path + ": " + error, BadInput);
+        return false;
+    }
+    if (reader.samples().size() < TranscriptionFrames::kFrameSize_samples) {
+        exitCode = fail(command,
+            QString("%1: %2 samples is shorter than one analysis frame of %3")
+                .arg(path)
+                .arg(reader.samples().size())
+                .arg(TranscriptionFrames::kFrameSize_samples),
+            BadInput);
+        return false;
+    }
+    return true;
 }

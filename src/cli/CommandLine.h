@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+class AudioFileReader;
+
 // What every command does with its arguments and its failures, so that they all behave
 // alike: a failure is one line on stderr, "ceolmark-cli COMMAND: message", and an exit code.
 // Called from the main thread only.
@@ -27,4 +29,11 @@ public:
 
     // Prints "ceolmark-cli COMMAND: message" on one line to stderr and returns exitCode.
     static int fail(const QString& command, const QString& message, int exitCode);
+    // When exitCode is BadUsage, prints the usage line of the parser's help to stderr after the
+    // message that fail or parse printed. Returns exitCode.
+    static int withUsage(const QCommandLineParser& parser, const QString& command, int exitCode);
+
+    // Reads an audio file for analysis. A file that cannot be read, or holds less than one
+    // analysis frame, gives one line naming the file and the reason, exitCode BadInput and false.
+    static bool readAudio(const QString& command, const QString& path, AudioFileReader& reader, int& exitCode);
 };

@@ -1,7 +1,9 @@
 #include "FramesCommand.h"
 
 #include "AudioFileReader.h"
+#include "ChanterTuningOptions.h"
 #include "CommandLine.h"
+#include "FramesTable.h"
 #include "PipeSnacPeakPicker.h"
 #include "PipeTuning.h"
 #include "PitchFinder.h"
@@ -9,14 +11,10 @@
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
-#include <QSaveFile>
 
 #include <cstdio>
 
 namespace {
-
-constexpr double kMinimumLowA_Hz = 200.0;
-constexpr double kMaximumLowA_Hz = 1000.0;
 
 const char kDescription[]
     = "Prints the pitch analysis of every frame of an audio file, as the transcription works on it:\n"
@@ -32,17 +30,6 @@ const char kDescription[]
       "picked frequency and quality, as the transcription sees it.\n\n"
       "Exit status: 0 success, 2 bad options, 3 unreadable or unsuitable audio, 5 output not written.";
 
-// Bad options: the message, then the usage line, on stderr.
-int badUsage(const QCommandLineParser& parser, int exitCode)
-{
-    if (exitCode == CommandLine::BadUsage) {
-        const QString help = parser.helpText();
-        const QString usage = help.left(help.indexOf('\n'));
-        std::fprintf(stderr, "Usage: ceolmark-cli frames %s\n", qPrintable(usage.section(' ', 2)));
-    }
-    return exitCode;
-}
-
 } // namespace
 
 int runFramesCommand(const QStringList& arguments)
@@ -55,8 +42,8 @@ int runFramesCommand(const QStringList& arguments)
         "of several channels the first is analysed.");
     const QCommandLineOption lowA("low-a",
         QString("Low A of the chanter in Hz, %1 to %2 (default 440). The tuning is the harmonic scheme on it.")
-            .arg(kMinimumLowA_Hz)
-            .arg(kMaximumLowA_Hz),
+            .arg(ChanterTuningOptions::kMinimumLowA_Hz)
+            .arg(ChanterTuningOptions::kMaximumLowA_Hz),
         "HZ", "440");
     const QCommandLineOption output(QStringList{"o", "output"},
         "Write the table to FILE instead of standard output; an existing file is replaced.", "FILE");
@@ -64,33 +51,20 @@ int runFramesCommand(const QStringList& arguments)
     parser.addOption(output);
     int exitCode = 0;
     if (!CommandLine::parse(parser, command, arguments, 1, exitCode))
-        return badUsage(parser, exitCode);
+        return CommandLine::withUsage(parser, command, exitCode);
 
-    bool isNumber = false;
-    const double lowA_Hz = parser.value(lowA).toDouble(&isNumber);
-    if (!isNumber || !(lowA_Hz >= kMinimumLowA_Hz && lowA_Hz <= kMaximumLowA_Hz)) {
-        CommandLine::fail(command,
-            QString("--low-a must be a frequency from %1 to %2 Hz, not '%3'")
-                .arg(kMinimumLowA_Hz)
-                .arg(kMaximumLowA_Hz)
-                .arg(parser.value(lowA)),
-            CommandLine::BadUsage);
-        return badUsage(parser, CommandLine::BadUsage);
+    double lowA_Hz = 0.0;
+    QString error;
+    if (!ChanterTuningOptions::parseLowA(parser.value(lowA), lowA_Hz, error)) {
+        CommandLine::fail(command, error, CommandLine::BadUsage);
+        return CommandLine::withUsage(parser, command, CommandLine::BadUsage);
     }
 
     const QString path = parser.positionalArguments().first();
     AudioFileReader reader;
-    QString error;
-    if (!reader.read(path, error))
-        return CommandLine::fail(command, path + ": " + error, CommandLine::BadInput);
+    if (!CommandLine::readAudio(command, path, reader, exitCode))
+        return exitCode;
     const std::vector<short>& samples = reader.samples();
-    if (samples.size() < TranscriptionFrames::kFrameSize_samples)
-        return CommandLine::fail(command,
-            QString("%1: %2 samples is shorter than one analysis frame of %3")
-                .arg(path)
-                .arg(samples.size())
-                .arg(TranscriptionFrames::kFrameSize_samples),
-            CommandLine::BadInput);
 
     PipeTuning tuning;
     tuning.setLowA_Hz(float(lowA_Hz));
@@ -103,18 +77,14 @@ int runFramesCommand(const QStringList& arguments)
         TranscriptionFrames::kDefaultMinimumSnacPeak);
 
     const unsigned frames = TranscriptionFrames::frameCount(unsigned(samples.size()), hop);
-    QByteArray table = "time_s\tfrequency_Hz\tpicked_Hz\tquality\tvolume\n";
+    QByteArray table = FramesTable::kHeader;
     table.reserve(int(frames) * 48 + table.size());
-    char line[128];
     for (unsigned i = 0; i < frames; ++i) {
         finder.setData(samples.data() + std::size_t(i) * std::size_t(hop));
         finder.calculatePitch();
-        const TranscriptionFrames::Frame frame = TranscriptionFrames::gate(
-            finder.analysisResults(), i, TranscriptionFrames::kDefaultMinimumVolume_normalized);
-        const int length = std::snprintf(line, sizeof line, "%.6f\t%.3f\t%.3f\t%.4f\t%.4f\n",
-            double(i) * hop / double(rate_Hz), double(frame.frequency_Hz), double(frame.pickedFrequency_Hz),
-            double(frame.quality), double(frame.volume));
-        table.append(line, length);
+        FramesTable::appendRow(table, double(i) * hop / double(rate_Hz),
+            TranscriptionFrames::gate(
+                finder.analysisResults(), i, TranscriptionFrames::kDefaultMinimumVolume_normalized));
     }
 
     if (!parser.isSet(output)) {
@@ -122,8 +92,7 @@ int runFramesCommand(const QStringList& arguments)
         return std::fflush(stdout) == 0 ? CommandLine::Success : CommandLine::OutputFailed;
     }
     const QString outPath = parser.value(output);
-    QSaveFile file(outPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(table) != table.size() || !file.commit())
-        return CommandLine::fail(command, outPath + ": " + file.errorString(), CommandLine::OutputFailed);
+    if (!FramesTable::write(outPath, table, error))
+        return CommandLine::fail(command, outPath + ": " + error, CommandLine::OutputFailed);
     return CommandLine::Success;
 }

@@ -8,6 +8,7 @@
 #include "InfoCommand.h"
 #include "PictureOptions.h"
 #include "ScoreCommand.h"
+#include "TranscribeCommand.h"
 
 #include <QGuiApplication>
 #include <QScopedPointer>
@@ -29,6 +30,7 @@ const Command kCommands[] = {
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
     {"frames", "Print the pitch analysis of every frame of an audio file", runFramesCommand},
     {"calibrate", "Learn the nine note frequencies of a chanter from a recorded scale", runCalibrateCommand},
+    {"transcribe", "Transcribe the melody notes and embellishments of an audio file", TranscribeCommand::run},
     {"score", "Quantise a notes file into a score: a .bww file and PNG pictures", runScoreCommand},
 };
 
