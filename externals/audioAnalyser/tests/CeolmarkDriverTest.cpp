@@ -49,23 +49,6 @@ TEST(CeolmarkDriver, FramesPerBlock)
     }
 }
 
-TEST(CeolmarkDriver, RatesAndHops)
-{
-    struct Case {
-        float requested_Hz;
-        float rate_Hz;
-        int32_t hop;
-    };
-    const Case cases[] = {{8000, 8000, 4}, {4000, 8000, 4}, {48000, 48000, 22}, {22050, 22050, 10}, {44100, 44100, 20}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.requested_Hz);
-        Ceolmark transcriber;
-        transcriber.setSamplingFrequency_Hz(c.requested_Hz);
-        EXPECT_EQ(transcriber.samplingFrequency_Hz(), c.rate_Hz);
-        EXPECT_EQ(transcriber.frameHop_samples(), c.hop);
-    }
-}
-
 TEST(CeolmarkDriver, QuietFramesLoseTheirPitchAfterTheFirstTen)
 {
     // A level of about 0.2 on the pitch finder's scale, below the default gate of 0.3.

@@ -43,19 +43,6 @@ std::string startsOf(const NoteMap& map)
 
 } // namespace
 
-TEST(CeolmarkStages, RunInTheirFixedOrder)
-{
-    std::vector<std::string> names;
-    for (const Ceolmark::Stage& stage : Ceolmark::stages())
-        names.push_back(stage.name);
-    ASSERT_EQ(names.size(), 21u);
-    EXPECT_EQ(names[0], "getMelodyNotes");
-    EXPECT_EQ(names[4], "consolidate");
-    EXPECT_EQ(names[10], "reformMelodyAndGracing");
-    EXPECT_EQ(names[16], "extractStrikes");
-    EXPECT_EQ(names[11], names[20]); // the strip runs again last
-}
-
 TEST(CeolmarkStages, ConsolidateFillsTheGapsBetweenGraceNotesWithMelody)
 {
     struct Case {
