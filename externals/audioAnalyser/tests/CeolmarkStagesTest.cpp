@@ -359,3 +359,70 @@ TEST(CeolmarkStages, StretchByQualityAndOverlapsGde)
     EXPECT_FALSE(probe.overlapsGde(PipeNote(D, 0.97f, 0.1f)));
     EXPECT_FALSE(probe.overlapsGde(PipeNote(D, 1.49f, 0.1f)));
 }
+
+TEST(CeolmarkStages, GraceNoteStrips)
+{
+    struct Case {
+        const char* what;
+        std::vector<PipeNote> melody;
+        std::vector<PipeNote> grace;
+        std::string left;
+    };
+    const Case cases[] = {
+        // Each later high G is compared with the high A again.
+        {"high G falling away after high A", {},
+            {PipeNote(HA, 1.0f, 0.05f), PipeNote(HG, 1.06f, 0.03f), PipeNote(HG, 1.065f, 0.03f),
+                PipeNote(HG, 1.2f, 0.03f)},
+            "HA@1.000 HG@1.200"},
+        {"short high G after melody high A", {PipeNote(HA, 0.5f, 0.5f)}, {PipeNote(HG, 1.0f, 0.07f)}, ""},
+        {"high G of 0.08 s after melody high A", {PipeNote(HA, 0.5f, 0.5f)}, {PipeNote(HG, 1.0f, 0.08f)}, "HG@1.000"},
+        {"low G before melody high G", {PipeNote(HG, 1.05f, 0.5f)}, {PipeNote(LG, 1.0f, 0.05f)}, ""},
+        {"low G before melody high A", {PipeNote(HA, 1.05f, 0.5f)}, {PipeNote(LG, 1.0f, 0.05f)}, "LG@1.000"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        CeolmarkProbe probe;
+        probe.melody() = mapOf(c.melody);
+        probe.gracing() = mapOf(c.grace);
+        probe.initialGraceNoteStrip();
+        EXPECT_EQ(startsOf(probe.gracing()), c.left);
+    }
+}
+
+TEST(CeolmarkStages, AdvancedSearchRepairsGraceNotes)
+{
+    // A passing D before an E grace note: one E grace note over both.
+    CeolmarkProbe passing;
+    passing.silentFrames(2.0f);
+    passing.melody() = mapOf({PipeNote(LA, 0.5f, 0.5f), PipeNote(C, 1.06f, 0.5f)});
+    passing.gracing() = mapOf({PipeNote(D, 1.0f, 0.03f), PipeNote(E, 1.03f, 0.03f)});
+    passing.advancedGraceNoteSearch();
+    ASSERT_EQ(startsOf(passing.gracing()), "E@1.000");
+    EXPECT_FLOAT_EQ(passing.gracing().begin()->second.getEnd_s(), 1.06f);
+
+    // A C between two low Gs is a D that fell short.
+    CeolmarkProbe shortD;
+    shortD.silentFrames(2.0f);
+    shortD.melody() = mapOf({PipeNote(LG, 0.85f, 0.15f), PipeNote(LG, 1.03f, 0.5f)});
+    shortD.gracing() = mapOf({PipeNote(C, 1.0f, 0.03f)});
+    shortD.advancedGraceNoteSearch();
+    EXPECT_EQ(startsOf(shortD.gracing()), "D@1.000");
+}
+
+TEST(CeolmarkStages, CrossingNoiseGoesToTheLowG)
+{
+    CeolmarkProbe down;
+    down.consolidated() = mapOf({PipeNote(E, 0.85f, 0.15f), PipeNote(LA, 1.0f, 0.05f), PipeNote(LG, 1.05f, 0.5f)});
+    down.stripCrossingNoises();
+    EXPECT_EQ(describe(down.consolidated()), "E@0.850000+0.150000 LG@1.000000+0.550000");
+
+    CeolmarkProbe up;
+    up.consolidated() = mapOf({PipeNote(LG, 0.85f, 0.15f), PipeNote(LA, 1.0f, 0.05f), PipeNote(HA, 1.05f, 0.5f)});
+    up.stripCrossingNoises();
+    EXPECT_EQ(startsOf(up.consolidated()), "LG@0.850 HA@1.050");
+    EXPECT_FLOAT_EQ(up.consolidated().begin()->second.getEnd_s(), 1.05f);
+
+    // A range shorter than twice the trough distance is not looked into: no arrays needed.
+    CeolmarkProbe empty;
+    EXPECT_TRUE(empty.findConfirmedTroughs({1.0f, 1.05f}, 587.0f, 1.0f, 120.0f, 0.03f, 0.02f, 0.9f, 0.015f).empty());
+}
