@@ -212,6 +212,9 @@ TEST(CeolmarkPhrases, WhatIsNotRecognised)
             "a D grace note under 0.04 s followed by E is merged into one E grace note (a passing D), so the "
             "thumb doubling's D is lost; the leading high A then touches the E grace note and becomes melody"},
         {{LA, hdbd, D, LA, hdbd}, "LA eg D LA", "the same merge of a short D into the E grace note after it"},
+        {{HA, dbf, F, LA, dbf}, "HA hdbf F LA",
+            "a high G grace note shorter than 0.08 s right after melody high A is taken for the pitch "
+            "falling away and erased, so a doubling on F after high A reads as a half doubling"},
         {{E, brl, LA, E, brl}, "E strlg strlg LA E",
             "at 0.030 s the birl's low Gs are heard as notes; each becomes a strike on low G, and the birl "
             "is looked for only as dips inside a low A melody note"},
