@@ -6,6 +6,7 @@
 #include "ExportCommand.h"
 #include "FramesCommand.h"
 #include "InfoCommand.h"
+#include "PackCommand.h"
 #include "PictureOptions.h"
 #include "ScoreCommand.h"
 #include "TranscribeCommand.h"
@@ -28,6 +29,7 @@ struct Command {
 const Command kCommands[] = {
     {"info", "Print the tune details, length, rate and calibration of a .cmk recording", runInfoCommand},
     {"export", "Write the audio of a .cmk recording as a WAV file", runExportCommand},
+    {"pack", "Make a .cmk recording from an audio file, with tune details and calibration", runPackCommand},
     {"frames", "Print the pitch analysis of every frame of an audio file", runFramesCommand},
     {"calibrate", "Learn the nine note frequencies of a chanter from a recorded scale", runCalibrateCommand},
     {"transcribe", "Transcribe the melody notes and embellishments of an audio file", TranscribeCommand::run},

@@ -99,7 +99,10 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
     const QString damaged = dir.filePath("damaged.cmk");
     TestFiles::writeFile(damaged, TestFiles::readFile(good).left(19));
     const QString missing = dir.filePath("missing.cmk");
-    const QString out = dir.filePath("out.wav");
+    const QString wav = dir.filePath("tune.wav");
+    QString error;
+    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
+    const QString out = dir.filePath("out.file");
 
     struct Case {
         QStringList arguments;
@@ -120,6 +123,21 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
         {{"export", zeroRate, "--wav", out}, 3,
             "ceolmark-cli export: " + zeroRate + ": sampling rate of 0 Hz cannot be written"},
         {{"export", good, "--wav", dir.filePath("no/such/folder/out.wav")}, 5, "ceolmark-cli export: "},
+        {{"pack", wav}, 2, "ceolmark-cli pack: expected 2 file arguments, got 1 (see --help)"},
+        {{"pack", wav, out, "--bpm", "0"}, 2, "ceolmark-cli pack: --bpm needs a tempo above 0, not \"0\" (see --help)"},
+        {{"pack", wav, out, "--time", "5/4"}, 2,
+            "ceolmark-cli pack: --time must be 4/4, 3/4, 2/4, 2/2 or 6/8, not \"5/4\" (see --help)"},
+        {{"pack", wav, out, "--shift", "soon"}, 2,
+            "ceolmark-cli pack: --shift needs a number of seconds, not \"soon\" (see --help)"},
+        {{"pack", wav, out, "--tuning", "1,2,3,4,5,6,7,8"}, 2,
+            "ceolmark-cli pack: --tuning needs 9 frequencies LG,LA,B,C,D,E,F,HG,HA, not \"1,2,3,4,5,6,7,8\""},
+        {{"pack", wav, out, "--tuning", "420,480,540,600,640,-720,800,840,960"}, 2,
+            "ceolmark-cli pack: --tuning needs a frequency above 0 Hz for E, not \"-720\""},
+        {{"pack", wav, out, "--tuning", "420,480,540,600,640,720,800,840,nan"}, 2,
+            "ceolmark-cli pack: --tuning needs a frequency above 0 Hz for HA, not \"nan\""},
+        {{"pack", missing, out}, 3, "ceolmark-cli pack: " + missing + ": "},
+        {{"pack", good, out}, 3, "ceolmark-cli pack: " + good + ": "}, // a recording file is no audio file
+        {{"pack", wav, dir.filePath("no/such/folder/out.cmk")}, 5, "ceolmark-cli pack: "},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.arguments.join(' ').toStdString());
@@ -158,9 +176,99 @@ TEST(FileCommands, HelpListsTheCommandsAndTheirOptions)
     EXPECT_EQ(usage.exitCode, 0);
     EXPECT_TRUE(usage.out.contains("  info ")) << usage.out.toStdString();
     EXPECT_TRUE(usage.out.contains("  export ")) << usage.out.toStdString();
+    EXPECT_TRUE(usage.out.contains("  pack ")) << usage.out.toStdString();
 
     const CliRun help = runCli({"export", "--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.out.startsWith("Usage: ceolmark-cli export [options] FILE.cmk\n")) << help.out.toStdString();
     EXPECT_TRUE(help.out.contains("--wav <OUT.wav>")) << help.out.toStdString();
+}
+
+TEST(FileCommands, PackMakesARecordingAtTheAudiosOwnRate)
+{
+    QTemporaryDir dir;
+    const QByteArray audio = TestFiles::chanterPcm(22050);
+    const QString wav = dir.filePath("tune.wav");
+    QString error;
+    ASSERT_TRUE(WaveFile::save(wav, audio, 22050, error)) << error.toStdString();
+
+    struct Case {
+        const char* name;
+        QStringList options;
+        KestoFileCmk expected; // audio, rate and time fields are checked apart
+    };
+    // The harmonic scale on low A 440 Hz, as the file's 6 significant digits keep it.
+    KestoFileCmk defaults;
+    defaults.setChanterTuning(PipeTuning());
+    ASSERT_TRUE(defaults.open(saveRecording(dir, "defaults.cmk", defaults), error));
+    KestoFileCmk given;
+    given.setTuneName("Scotland the Brave");
+    given.setTuneType("March");
+    given.setComposedBy("Traditional");
+    given.setBpm(96.5f);
+    given.setTimeSigNumerator(6);
+    given.setTimeSigDenominator(8);
+    given.setTimeShift_s(-0.3f);
+    given.setNoteFrequencies({{"LG", 420.0f}, {"LA", 480.0f}, {"B", 540.0f}, {"C", 600.0f}, {"D", 640.0f},
+        {"E", 720.0f}, {"F", 800.0f}, {"HG", 840.0f}, {"HA", 960.5f}});
+    const Case cases[] = {
+        {"defaults", {}, defaults},
+        {"every option",
+            {"--name", "Scotland the Brave", "--type", "March", "--composer", "Traditional", "--bpm", "96.5", "--time",
+                "6/8", "--shift", "-0.3", "--tuning", "420,480,540,600,640,720,800,840,960.5"},
+            given},
+    };
+    // Fixed creation time, as a reproducible build would set it: 2023-11-14T22:13:20Z.
+    qputenv("SOURCE_DATE_EPOCH", "1700000000");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString cmkPath = dir.filePath("tune.cmk");
+        const CliRun run = runCli(QStringList{"pack", wav, cmkPath} + c.options);
+        ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+        EXPECT_EQ(run.err, "");
+
+        KestoFileCmk packed;
+        ASSERT_TRUE(packed.open(cmkPath, error)) << error.toStdString();
+        EXPECT_EQ(packed.audioData(), audio);
+        EXPECT_EQ(packed.recordingFrequency_Hz(), 22050);
+        EXPECT_EQ(packed.recordedTime(), "2023-11-14T22:13:20Z");
+        EXPECT_EQ(packed.fileCreationTime(), "2023-11-14T22:13:20Z");
+        EXPECT_EQ(packed.appVersion(), 8);
+        EXPECT_EQ(packed.recordedAppVersion(), 8);
+        KestoFileCmk details = packed;
+        details.setAudioData(QByteArray());
+        details.setRecordingFrequency_Hz(44100);
+        details.setRecordedAppVersion(0);
+        details.setRecordedTime("");
+        details.setAppVersion(0);
+        details.setFileCreationTime("");
+        EXPECT_TRUE(details == c.expected) << TestFiles::readFile(cmkPath).mid(20, 900).toStdString();
+
+        // And back: the WAV export of the packed recording is the very file packed.
+        const QString exported = dir.filePath("exported.wav");
+        ASSERT_EQ(runCli({"export", cmkPath, "--wav", exported}).exitCode, 0);
+        EXPECT_TRUE(TestFiles::readFile(exported) == TestFiles::readFile(wav));
+    }
+    qunsetenv("SOURCE_DATE_EPOCH");
+}
+
+TEST(FileCommands, PackThatCannotFinishKeepsTheOldFile)
+{
+    QTemporaryDir dir;
+    const QString wav = dir.filePath("tune.wav");
+    QString error;
+    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
+    const QString out = dir.filePath("tune.cmk");
+    TestFiles::writeFile(out, "the recording from yesterday");
+    CliRun run;
+    {
+        // Room for the header and XML, not for the 8820 bytes of audio.
+        FileSizeLimit limit(2000);
+        ASSERT_TRUE(limit.active());
+        run = runCli({"pack", wav, out});
+    }
+    EXPECT_EQ(run.exitCode, 5);
+    EXPECT_EQ(run.err, "ceolmark-cli pack: " + out + ": Failure during writing data\n");
+    EXPECT_EQ(TestFiles::readFile(out), "the recording from yesterday");
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"tune.cmk", "tune.wav"}));
 }

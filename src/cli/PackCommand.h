@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QStringList>
+
+// ceolmark-cli pack AUDIO OUT.cmk [options]: makes a recording file from an audio file,
+// mono 16-bit at the audio's own rate, with tune details, tempo and calibration as given.
+int runPackCommand(const QStringList& arguments);
