@@ -29,8 +29,8 @@ int TranscribeCommand::run(const QStringList& arguments)
     int exitCode = CommandLine::Success;
     if (!command.readOptions(arguments, exitCode))
         return exitCode;
-    for (int (TranscribeCommand::*step)() :
-        {&TranscribeCommand::readInput, &TranscribeCommand::transcribe, &TranscribeCommand::writeResults}) {
+    for (int (TranscribeCommand::*step)() : {&TranscribeCommand::readInput, &TranscribeCommand::transcribe,
+             &TranscribeCommand::writeResults, &TranscribeCommand::writeScore}) {
         exitCode = (command.*step)();
         if (exitCode != CommandLine::Success)
             return exitCode;
@@ -53,6 +53,8 @@ TranscribeCommand::TranscribeCommand()
     mTuningOptions.addTo(mParser);
     mParser.addOption(mNotesOption);
     mParser.addOption(mFramesOption);
+    mTuneOptions.addTo(mParser);
+    mPictureOptions.addTo(mParser);
 }
 
 bool TranscribeCommand::readOptions(const QStringList& arguments, int& exitCode)
@@ -62,7 +64,8 @@ bool TranscribeCommand::readOptions(const QStringList& arguments, int& exitCode)
         return false;
     }
     QString error;
-    if (!mTuningOptions.read(mParser, error)) {
+    if (!mTuningOptions.read(mParser, error) || !mTuneOptions.read(mParser, error)
+        || !mPictureOptions.read(mParser, error)) {
         CommandLine::fail(kCommand, error, CommandLine::BadUsage);
         exitCode = CommandLine::withUsage(mParser, kCommand, CommandLine::BadUsage);
         return false;
@@ -110,5 +113,22 @@ int TranscribeCommand::writeResults()
     const QString path = mParser.value(mNotesOption);
     if (!NotesTable::write(path, mTranscriber.notes(), mTranscriber.graceNotes(), error))
         return CommandLine::fail(kCommand, path + ": " + error, CommandLine::OutputFailed);
+    return CommandLine::Success;
+}
+
+// The score as the application quantises it, only when a .bww file or a picture is asked for.
+int TranscribeCommand::writeScore()
+{
+    const QString bwwPath = mTuneOptions.bwwPath();
+    if (bwwPath.isEmpty() && !mPictureOptions.wanted())
+        return CommandLine::Success;
+    TuneOptions::Beat beat;
+    const PipeTuneModel model = mTuneOptions.quantize(mTranscriber.notes(), mTranscriber.graceNotes(), &beat);
+    QString error;
+    if (!bwwPath.isEmpty() && !mTuneOptions.writeBww(model, bwwPath, error))
+        return CommandLine::fail(kCommand, bwwPath + ": " + error, CommandLine::OutputFailed);
+    if (mPictureOptions.wanted()
+        && !mPictureOptions.write(mTuneOptions, model, mTranscriber.notes(), mTranscriber.graceNotes(), beat, error))
+        return CommandLine::fail(kCommand, error, CommandLine::OutputFailed);
     return CommandLine::Success;
 }

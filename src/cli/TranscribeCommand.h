@@ -3,13 +3,16 @@
 #include "AudioFileReader.h"
 #include "Ceolmark.h"
 #include "ChanterTuningOptions.h"
+#include "PictureOptions.h"
+#include "TuneOptions.h"
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QStringList>
 
-// ceolmark-cli transcribe AUDIO [--low-a HZ | --tuning LG,...,HA] [--notes FILE] [--frames FILE]:
-// the melody notes and embellishments of a recording, as a notes table.
+// ceolmark-cli transcribe AUDIO [--low-a HZ | --tuning LG,...,HA] [--notes FILE] [--frames FILE]
+// [tune options] [--bww FILE] [--score-png FILE] [--timing-png FILE]: the melody notes and
+// embellishments of a recording, as a notes table, and on request the score and pictures.
 //
 // A run is a row of steps over one object: the options are declared in the constructor, read
 // in readOptions (false with exitCode set when the run ends there: help, bad usage), the audio
@@ -30,9 +33,12 @@ private:
     int readInput();
     int transcribe();
     int writeResults();
+    int writeScore();
 
     QCommandLineParser mParser;
     ChanterTuningOptions mTuningOptions;
+    TuneOptions mTuneOptions;
+    PictureOptions mPictureOptions;
     QCommandLineOption mNotesOption;
     QCommandLineOption mFramesOption;
 

@@ -1,6 +1,9 @@
+#include "AudioFileWriter.h"
+#include "ChanterSynthesiser.h"
 #include "CliRun.h"
 #include "NotesTable.h"
 
+#include <QFile>
 #include <QImage>
 #include <QTemporaryDir>
 
@@ -72,4 +75,40 @@ TEST(PictureOptions, RefusesBadValuesAndUnwritableFiles)
         // Contains, not starts with: Qt may warn first about the session (no XDG_RUNTIME_DIR).
         EXPECT_TRUE(run.err.contains("ceolmark-cli score: " + c.message)) << run.err.toStdString();
     }
+}
+
+TEST(PictureOptions, TranscribeDrawsWhatItHeard)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    // One bar of crotchets at 100 BPM (0.6 s), gracing taken from the note it ornaments.
+    ChanterSynthesiser synth;
+    synth.play(LA, 0.6);
+    synth.play(B, 0.6 - synth.gracingDuration_s(dbb), dbb);
+    synth.play(C, 0.6);
+    synth.play(E, 0.6 - synth.gracingDuration_s(gg), gg);
+    const QString wav = dir.filePath("bar.wav");
+    QString error;
+    ASSERT_TRUE(AudioFileWriter::write(wav, synth.render(), 44100, error)) << error.toStdString();
+
+    const QString score = dir.filePath("score.png");
+    const QString timing = dir.filePath("timing.png");
+    const QString bww = dir.filePath("bar.bww");
+    const CliRun run
+        = runCli({"transcribe", wav, "--bpm", "100", "--score-png", score, "--timing-png", timing, "--bww", bww});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.startsWith("start_s\tduration_s\tname\tkind\n")) << "the notes table still comes out";
+    EXPECT_TRUE(QFile::exists(bww));
+
+    // One closed score row under the header; one 5-second timing row.
+    const QImage scoreImage(score, "PNG");
+    ASSERT_EQ(scoreImage.size(), QSize(400, 100 + 120));
+    EXPECT_EQ(QImage(timing, "PNG").size(), QSize(1280, 100 + 120));
+    // Heads and stems darken the middle of the staff's spaces (the header is 100 high, the top
+    // line 40 below it), which staff lines never touch.
+    int dark = 0;
+    for (int x = 25; x < 200; ++x)
+        for (int y : {145, 155, 165, 175})
+            dark += qGray(scoreImage.pixel(x, y)) < 100;
+    EXPECT_GT(dark, 10);
 }
