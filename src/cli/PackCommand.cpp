@@ -1,6 +1,7 @@
 #include "PackCommand.h"
 
 #include "AudioFileReader.h"
+#include "ChanterTuningOptions.h"
 #include "CommandLine.h"
 #include "KestoFileCmk.h"
 #include "TimeSignature.h"
@@ -14,28 +15,6 @@ namespace {
 
 // The version number the application writes into the files it makes.
 const int kApplicationVersion = 8;
-
-// "LG,LA,B,C,D,E,F,HG,HA": nine frequencies in Hz, chanter order.
-bool parseTuning(const QString& text, std::map<std::string, float>& frequencies, QString& error)
-{
-    const QStringList values = text.split(',');
-    if (values.size() != 9) {
-        error = QString("--tuning needs 9 frequencies LG,LA,B,C,D,E,F,HG,HA, not \"%1\"").arg(text);
-        return false;
-    }
-    for (int index = 0; index < 9; ++index) {
-        const std::string key = KestoFileCmk::calibrationKey(PipeTuning::noteIndexToReferenceNote(index));
-        bool ok = false;
-        const float frequency_Hz = values[index].toFloat(&ok);
-        if (!ok || !std::isfinite(frequency_Hz) || frequency_Hz <= 0.0f) {
-            error = QString("--tuning needs a frequency above 0 Hz for %1, not \"%2\"")
-                        .arg(QString::fromStdString(key), values[index]);
-            return false;
-        }
-        frequencies[key] = frequency_Hz;
-    }
-    return true;
-}
 
 // Reproducible builds set SOURCE_DATE_EPOCH, so that a packed example is the same file each time.
 QString creationTime()
@@ -62,10 +41,10 @@ int runPackCommand(const QStringList& arguments)
     const QCommandLineOption bpm("bpm", "Beats per minute (default 72).", "BPM");
     const QCommandLineOption time("time", "Time signature: 4/4 (default), 3/4, 2/4, 2/2 or 6/8.", "N/D");
     const QCommandLineOption shift("shift", "Time shift in seconds (default 0).", "SECONDS");
-    const QCommandLineOption tuning("tuning",
-        "Chanter calibration, nine frequencies in Hz (default: the harmonic scale on low A 440 Hz).",
-        "LG,LA,B,C,D,E,F,HG,HA");
-    parser.addOptions({name, type, composer, bpm, time, shift, tuning});
+    parser.addOptions({name, type, composer, bpm, time, shift});
+    // Without either, the file holds no calibration, and a transcription searches the tuning.
+    ChanterTuningOptions tuning;
+    tuning.addTo(parser);
     int exitCode = 0;
     if (!CommandLine::parse(parser, command, arguments, 2, exitCode))
         return exitCode;
@@ -96,14 +75,10 @@ int runPackCommand(const QStringList& arguments)
             return CommandLine::fail(command, error + " (see --help)", CommandLine::BadUsage);
         cmk.setTimeShift_s(value);
     }
-    if (parser.isSet(tuning)) {
-        std::map<std::string, float> frequencies;
-        if (!parseTuning(parser.value(tuning), frequencies, error))
-            return CommandLine::fail(command, error + " (see --help)", CommandLine::BadUsage);
-        cmk.setNoteFrequencies(frequencies);
-    } else {
-        cmk.setChanterTuning(PipeTuning());
-    }
+    if (!tuning.read(parser, error))
+        return CommandLine::fail(command, error + " (see --help)", CommandLine::BadUsage);
+    if (tuning.isSet())
+        cmk.setChanterTuning(tuning.tuning());
 
     const QString audioPath = parser.positionalArguments().at(0);
     const QString outPath = parser.positionalArguments().at(1);

@@ -1,3 +1,4 @@
+#include "AudioFileReader.h"
 #include "CliRun.h"
 #include "FileSizeLimit.h"
 #include "KestoFileCmk.h"
@@ -130,11 +131,9 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
         {{"pack", wav, out, "--shift", "soon"}, 2,
             "ceolmark-cli pack: --shift needs a number of seconds, not \"soon\" (see --help)"},
         {{"pack", wav, out, "--tuning", "1,2,3,4,5,6,7,8"}, 2,
-            "ceolmark-cli pack: --tuning needs 9 frequencies LG,LA,B,C,D,E,F,HG,HA, not \"1,2,3,4,5,6,7,8\""},
-        {{"pack", wav, out, "--tuning", "420,480,540,600,640,-720,800,840,960"}, 2,
-            "ceolmark-cli pack: --tuning needs a frequency above 0 Hz for E, not \"-720\""},
-        {{"pack", wav, out, "--tuning", "420,480,540,600,640,720,800,840,nan"}, 2,
-            "ceolmark-cli pack: --tuning needs a frequency above 0 Hz for HA, not \"nan\""},
+            "ceolmark-cli pack: --tuning needs nine frequencies, Low G to High A, not '1,2,3,4,5,6,7,8' (see --help)"},
+        {{"pack", wav, out, "--low-a", "480", "--tuning", "420,480,540,600,640,720,800,840,960"}, 2,
+            "ceolmark-cli pack: --low-a and --tuning cannot be given together (see --help)"},
         {{"pack", missing, out}, 3, "ceolmark-cli pack: " + missing + ": "},
         {{"pack", good, out}, 3, "ceolmark-cli pack: " + good + ": "}, // a recording file is no audio file
         {{"pack", wav, dir.filePath("no/such/folder/out.cmk")}, 5, "ceolmark-cli pack: "},
@@ -197,10 +196,13 @@ TEST(FileCommands, PackMakesARecordingAtTheAudiosOwnRate)
         QStringList options;
         KestoFileCmk expected; // audio, rate and time fields are checked apart
     };
-    // The harmonic scale on low A 440 Hz, as the file's 6 significant digits keep it.
-    KestoFileCmk defaults;
-    defaults.setChanterTuning(PipeTuning());
-    ASSERT_TRUE(defaults.open(saveRecording(dir, "defaults.cmk", defaults), error));
+    // No calibration unless one is given; a given one as the file's 6 significant digits keep it.
+    const KestoFileCmk defaults;
+    PipeTuning harmonic480;
+    harmonic480.setLowA_Hz(480.0f);
+    KestoFileCmk lowA;
+    lowA.setChanterTuning(harmonic480);
+    ASSERT_TRUE(lowA.open(saveRecording(dir, "low-a.cmk", lowA), error));
     KestoFileCmk given;
     given.setTuneName("Scotland the Brave");
     given.setTuneType("March");
@@ -213,6 +215,7 @@ TEST(FileCommands, PackMakesARecordingAtTheAudiosOwnRate)
         {"E", 720.0f}, {"F", 800.0f}, {"HG", 840.0f}, {"HA", 960.5f}});
     const Case cases[] = {
         {"defaults", {}, defaults},
+        {"low A", {"--low-a", "480"}, lowA},
         {"every option",
             {"--name", "Scotland the Brave", "--type", "March", "--composer", "Traditional", "--bpm", "96.5", "--time",
                 "6/8", "--shift", "-0.3", "--tuning", "420,480,540,600,640,720,800,840,960.5"},
@@ -271,4 +274,18 @@ TEST(FileCommands, PackThatCannotFinishKeepsTheOldFile)
     EXPECT_EQ(run.err, "ceolmark-cli pack: " + out + ": Failure during writing data\n");
     EXPECT_EQ(TestFiles::readFile(out), "the recording from yesterday");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"tune.cmk", "tune.wav"}));
+}
+
+TEST(FileCommands, TheBundledExampleIsItsAudioPacked)
+{
+    KestoFileCmk example;
+    QString error;
+    ASSERT_TRUE(example.open(CEOLMARK_EXAMPLES "/scotland-the-brave.cmk", error)) << error.toStdString();
+    AudioFileReader audio;
+    ASSERT_TRUE(audio.read(CEOLMARK_EXAMPLE_SOURCES "/scotland-the-brave.wav", error)) << error.toStdString();
+    EXPECT_EQ(example.samples(), audio.samples());
+    EXPECT_EQ(example.recordingFrequency_Hz(), audio.sampleRate_Hz());
+    EXPECT_EQ(example.tuneName(), "Scotland the Brave");
+    EXPECT_EQ(example.noteFrequencies().size(), 9u);
+    EXPECT_EQ(example.recordedTime(), "2023-11-14T22:13:20Z");
 }
