@@ -73,6 +73,21 @@ void TuneViewComposer::updateScoreRows(const PipeTuneModel& model)
             if (!done.count(row))
                 storeScoreRow(row, renderer.render(model, row));
     }
+    // A tune quantised again with other settings can have fewer rows than the one drawn
+    // before: its old rows must not linger under the new ones, and the widest row and the
+    // last row may have changed, so every row is drawn again.
+    int closedRows = 0;
+    for (const PipeTuneModel::Part& part : model.parts)
+        for (const PipeTuneModel::Bar& bar : part.bars)
+            closedRows += bar.rowBreak ? 1 : 0;
+    if (!mScoreRows.isEmpty() && mScoreRows.lastKey() >= closedRows) {
+        mScoreRows.clear();
+        mDisplayedScoreRows.clear();
+        for (int row = 0; row < closedRows; ++row)
+            storeScoreRow(row, renderer.render(model, row));
+        mBiggestRowWidth = renderer.biggestRowWidth();
+        mNumRows = closedRows;
+    }
     mLastDrawnModel = model;
 }
 

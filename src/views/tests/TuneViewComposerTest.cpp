@@ -92,6 +92,14 @@ TEST(TuneViewComposerTest, GrowingTuneJustifiesThePreviousLastRow)
     image = composer.scoreRows()[1].toImage();
     EXPECT_LT(qGray(image.pixel(rightBarLineX, 65)), 128) << "now justified to the edge";
     EXPECT_EQ(composer.scoreRows().size(), 3);
+
+    // Quantised again into fewer rows: the old third row goes, and the second is the short
+    // last row again.
+    tune.parts[0].bars.pop_back();
+    composer.updateScoreRows(tune);
+    EXPECT_EQ(composer.scoreRows().keys(), QList<int>({0, 1}));
+    EXPECT_EQ(composer.displayedScoreRows().size(), 2);
+    EXPECT_GT(qGray(composer.scoreRows()[1].toImage().pixel(rightBarLineX, 65)), 200);
 }
 
 TEST(TuneViewComposerTest, TimingRowsOnceFinishedAreLeftAlone)
