@@ -12,11 +12,11 @@
 namespace {
 
 // A phrase with a doubling, a strike and a G grace note, on a chanter with low A at lowA_Hz.
-ChanterSynthesiser phrase(float lowA_Hz = 440.0f)
+ChanterSynthesiser phrase(float lowA_Hz = 440.0f, int rate_Hz = 44100)
 {
     PipeTuning tuning;
     tuning.setLowA_Hz(lowA_Hz);
-    ChanterSynthesiser synth(44100.0, tuning);
+    ChanterSynthesiser synth(rate_Hz, tuning);
     synth.setDrones(0.2);
     synth.setNoise(0.01, 3);
     synth.play(LA, 0.4);
@@ -30,7 +30,7 @@ QString writeWav(const QTemporaryDir& dir, const QString& name, const ChanterSyn
 {
     const QString path = dir.filePath(name);
     QString error;
-    EXPECT_TRUE(AudioFileWriter::write(path, synth.render(), 44100, error)) << error.toStdString();
+    EXPECT_TRUE(AudioFileWriter::write(path, synth.render(), int(synth.sampleRate_Hz()), error)) << error.toStdString();
     return path;
 }
 
@@ -66,6 +66,17 @@ TEST(TranscribeCommand, WritesTheNotesTable)
     EXPECT_EQ(toFile.exitCode, 0);
     EXPECT_EQ(toFile.out, "");
     EXPECT_EQ(QString::fromUtf8(TestFiles::readFile(notes)), run.out);
+
+    // Other rates: the frames follow the file's rate (a hop of 22 samples at 48000 Hz).
+    for (int rate_Hz : {48000, 22050}) {
+        SCOPED_TRACE(rate_Hz);
+        const CliRun other
+            = runCli({"transcribe", writeWav(dir, QString("%1.wav").arg(rate_Hz), phrase(440.0f, rate_Hz))});
+        ASSERT_EQ(other.exitCode, 0);
+        NoteMap otherMelody, otherGrace;
+        ASSERT_TRUE(NotesTable::fromText(other.out, otherMelody, otherGrace, error));
+        EXPECT_EQ(names(otherMelody, otherGrace), "LA dbb B C strlg C gg E");
+    }
 }
 
 TEST(TranscribeCommand, FramesAreThoseOfTheFramesCommand)
