@@ -5,8 +5,6 @@
 #include "TranscriptionFrames.h"
 #include "utils.h"
 
-#include <QVariant>
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -249,13 +247,4 @@ TEST(PitchFinder, CepstrumFindsThePeriod)
             EXPECT_NEAR(finder.calcCepstrumPeriodIndex(), 44100.0 / frequency_Hz, 1.0);
         }
     }
-}
-
-TEST(PitchFinder, AnalysisResultsCrossThreadsAsAVariant)
-{
-    PitchFinder::AnalysisResults results;
-    results.pickedFrequency_Hz = 123.0f;
-    const QVariant variant = QVariant::fromValue(results);
-    EXPECT_EQ(variant.value<PitchFinder::AnalysisResults>().pickedFrequency_Hz, 123.0f);
-    EXPECT_NE(qRegisterMetaType<PitchFinder::AnalysisResults>(), 0);
 }
