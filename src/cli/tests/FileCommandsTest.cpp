@@ -30,6 +30,8 @@ TEST(FileCommands, InfoPrintsTheRecordingsDetails)
     bare.setAudioData(TestFiles::chanterPcm(11025));
     bare.setRecordingFrequency_Hz(22050);
     bare.setTimeSigNumerator(5);
+    KestoFileCmk partial;
+    partial.setNoteFrequencies({{"LA", 480.0f}, {"Xtra", 1.5f}});
     struct Case {
         const char* name;
         KestoFileCmk cmk;
@@ -49,6 +51,9 @@ TEST(FileCommands, InfoPrintsTheRecordingsDetails)
             {"Tune name:         (none)", "Time signature:    5/4 (not one the application knows)",
                 "Length:            0.500 s, 11025 samples (22050 bytes)", "Sampling rate:     22050 Hz",
                 "Calibration:       (none)", "Recorded:          (none), version 0, install (none)"}},
+        {"partial calibration", partial,
+            {"Calibration:       LG missing, LA 480.00 Hz, B missing, C missing, D missing, E missing, F missing, "
+             "HG missing, HA missing, Xtra 1.50 Hz"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -61,33 +66,6 @@ TEST(FileCommands, InfoPrintsTheRecordingsDetails)
             EXPECT_TRUE(printed.contains(line)) << "missing line: " << line.toStdString() << "\nin:\n"
                                                 << run.out.toStdString();
     }
-}
-
-TEST(FileCommands, InfoListsAnIncompleteCalibrationAsItIs)
-{
-    QTemporaryDir dir;
-    KestoFileCmk cmk;
-    cmk.setNoteFrequencies({{"LA", 480.0f}, {"Xtra", 1.5f}});
-    const CliRun run = runCli({"info", saveRecording(dir, "partial.cmk", cmk)});
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.out.contains("Calibration:       LG missing, LA 480.00 Hz, B missing")) << run.out.toStdString();
-    EXPECT_TRUE(run.out.contains("HA missing, Xtra 1.50 Hz\n")) << run.out.toStdString();
-}
-
-TEST(FileCommands, ExportWritesTheAudioBehindAWavHeader)
-{
-    QTemporaryDir dir;
-    KestoFileCmk cmk = TestFiles::knownRecording();
-    cmk.setRecordingFrequency_Hz(48000);
-    const QString wavPath = dir.filePath("out.wav");
-    TestFiles::writeFile(wavPath, QByteArray(200000, 'x')); // replaced, not overwritten in place
-    const CliRun run = runCli({"export", saveRecording(dir, "tune.cmk", cmk), "--wav", wavPath});
-    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.err, "");
-
-    const std::vector<uint8_t> header = WaveFile::rawHeader(WaveFile::generateHeader(cmk.sampleCount(), 48000));
-    const QByteArray expected = QByteArray(reinterpret_cast<const char*>(header.data()), 44) + cmk.audioData();
-    EXPECT_TRUE(TestFiles::readFile(wavPath) == expected);
 }
 
 TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
@@ -150,23 +128,38 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
     }
 }
 
-TEST(FileCommands, ExportThatCannotFinishKeepsTheOldFile)
+TEST(FileCommands, OutputsThatCannotBeFinishedKeepTheOldFile)
 {
     QTemporaryDir dir;
     const QString cmk = saveRecording(dir, "tune.cmk", TestFiles::knownRecording());
-    const QString out = dir.filePath("out.wav");
-    TestFiles::writeFile(out, "the export from yesterday");
-    CliRun run;
-    {
-        // The child inherits the limit: the disk takes the header but not the 8820 bytes of audio.
-        FileSizeLimit limit(1000);
-        ASSERT_TRUE(limit.active());
-        run = runCli({"export", cmk, "--wav", out});
+    const QString wav = dir.filePath("tune.wav");
+    QString error;
+    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
+    const QString out = dir.filePath("out.file");
+    struct Case {
+        QStringList arguments;
+        QString message;
+    };
+    // Room for a header and the XML, not for the 8820 bytes of audio.
+    const Case cases[] = {
+        {{"export", cmk, "--wav", out}, "ceolmark-cli export: " + out + ": "},
+        {{"pack", wav, out}, "ceolmark-cli pack: " + out + ": Failure during writing data\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.arguments.first().toStdString());
+        TestFiles::writeFile(out, "the file from yesterday");
+        CliRun run;
+        {
+            // The child inherits the limit.
+            FileSizeLimit limit(2000);
+            ASSERT_TRUE(limit.active());
+            run = runCli(c.arguments);
+        }
+        EXPECT_EQ(run.exitCode, 5);
+        EXPECT_TRUE(run.err.startsWith(c.message)) << run.err.toStdString();
+        EXPECT_EQ(TestFiles::readFile(out), "the file from yesterday");
+        EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"out.file", "tune.cmk", "tune.wav"}));
     }
-    EXPECT_EQ(run.exitCode, 5);
-    EXPECT_TRUE(run.err.startsWith("ceolmark-cli export: " + out + ": ")) << run.err.toStdString();
-    EXPECT_EQ(TestFiles::readFile(out), "the export from yesterday");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"out.wav", "tune.cmk"}));
 }
 
 TEST(FileCommands, HelpListsTheCommandsAndTheirOptions)
@@ -253,27 +246,6 @@ TEST(FileCommands, PackMakesARecordingAtTheAudiosOwnRate)
         EXPECT_TRUE(TestFiles::readFile(exported) == TestFiles::readFile(wav));
     }
     qunsetenv("SOURCE_DATE_EPOCH");
-}
-
-TEST(FileCommands, PackThatCannotFinishKeepsTheOldFile)
-{
-    QTemporaryDir dir;
-    const QString wav = dir.filePath("tune.wav");
-    QString error;
-    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
-    const QString out = dir.filePath("tune.cmk");
-    TestFiles::writeFile(out, "the recording from yesterday");
-    CliRun run;
-    {
-        // Room for the header and XML, not for the 8820 bytes of audio.
-        FileSizeLimit limit(2000);
-        ASSERT_TRUE(limit.active());
-        run = runCli({"pack", wav, out});
-    }
-    EXPECT_EQ(run.exitCode, 5);
-    EXPECT_EQ(run.err, "ceolmark-cli pack: " + out + ": Failure during writing data\n");
-    EXPECT_EQ(TestFiles::readFile(out), "the recording from yesterday");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"tune.cmk", "tune.wav"}));
 }
 
 TEST(FileCommands, TheBundledExampleIsItsAudioPacked)

@@ -99,7 +99,9 @@ TEST(KestoFileCmk, RoundTripsThroughAFile)
         SCOPED_TRACE(c.name);
         KestoFileCmk written = fullRecording();
         c.change(written);
+        // Longer than any new file: the save must replace it, not write over its start.
         const QString path = dir.filePath("roundtrip.cmk");
+        TestFiles::writeFile(path, QByteArray(100000, 'x'));
         QString error;
         ASSERT_TRUE(written.save(path, error)) << error.toStdString();
 
@@ -240,18 +242,6 @@ TEST(KestoFileCmk, EachDamageGivesItsOwnMessage)
     }
 }
 
-TEST(KestoFileCmk, OpenReportsTheFileError)
-{
-    QTemporaryDir dir;
-    KestoFileCmk cmk;
-    QString error;
-    EXPECT_FALSE(cmk.open(dir.filePath("missing.cmk"), error));
-    EXPECT_FALSE(error.isEmpty());
-    error.clear();
-    EXPECT_FALSE(cmk.open(dir.path(), error)); // a folder
-    EXPECT_FALSE(error.isEmpty());
-}
-
 TEST(KestoFileCmk, FromXmlNeedsEveryElementButTheTimeShift)
 {
     const QString xml = savedXml(fullRecording());
@@ -294,17 +284,6 @@ TEST(KestoFileCmk, FromXmlFindsElementsByNameAndSkipsOtherNodes)
     EXPECT_EQ(cmk.fileCreationInstallId(), "c");
     const std::map<std::string, float> calibration{{"HA", 941.0f}, {"LA", 470.5f}};
     EXPECT_EQ(cmk.noteFrequencies(), calibration);
-}
-
-TEST(KestoFileCmk, FailedFromXmlKeepsWhatWasReadBeforeTheFailure)
-{
-    KestoFileCmk cmk = fullRecording();
-    QString error;
-    const QString xml = QString(savedXml(cmk)).replace("<bpm>80.5</bpm>", "<bpm>x</bpm>");
-    EXPECT_FALSE(cmk.fromXml(xml, error));
-    EXPECT_EQ(cmk.tuneName(), "Scotland the Brave"); // before bpm
-    EXPECT_EQ(cmk.recordedInstallId(), ""); // after bpm: cleared, not kept from before
-    EXPECT_TRUE(cmk.audioData().isEmpty());
 }
 
 TEST(KestoFileCmk, InvalidCalibrationKeyFailsTheSaveAndKeepsTheOldFile)
@@ -363,19 +342,6 @@ TEST(KestoFileCmk, FailedSaveLeavesTheExistingFileAsItWas)
     QTemporaryDir dir;
     EXPECT_FALSE(cmk.save(dir.filePath("no/such/folder/tune.cmk"), error));
     EXPECT_FALSE(error.isEmpty());
-}
-
-TEST(KestoFileCmk, SaveReplacesAnExistingFile)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("tune.cmk");
-    TestFiles::writeFile(path, QByteArray(100000, 'x')); // longer than the new file
-    const KestoFileCmk cmk = fullRecording();
-    QString error;
-    ASSERT_TRUE(cmk.save(path, error)) << error.toStdString();
-    KestoFileCmk read;
-    ASSERT_TRUE(read.open(path, error)) << error.toStdString();
-    EXPECT_TRUE(read == cmk);
 }
 
 TEST(KestoFileCmk, EqualityCoversEveryFieldButTheReadSize)

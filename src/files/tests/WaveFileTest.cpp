@@ -26,7 +26,7 @@ TEST(WaveFile, SizesAndRatesFollowTheRecording)
         int sampleRate;
     };
     // 1,500,000,000 samples pass 2^31 bytes of audio: the sizes must not wrap as signed.
-    const Case cases[] = {{0, 44100}, {1, 8000}, {22050, 22050}, {48000 * 60, 48000}, {1500000000, 44100}};
+    const Case cases[] = {{0, 44100}, {48000 * 60, 48000}, {1500000000, 44100}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.numSamples);
         const std::vector<uint8_t> raw = WaveFile::rawHeader(WaveFile::generateHeader(c.numSamples, c.sampleRate));
