@@ -21,6 +21,14 @@ QString saveRecording(const QTemporaryDir& dir, const QString& name, const Kesto
     return path;
 }
 
+QString saveWav(const QTemporaryDir& dir, const QByteArray& audio, int sampleRate_Hz)
+{
+    const QString path = dir.filePath("tune.wav");
+    QString error;
+    EXPECT_TRUE(WaveFile::save(path, audio, sampleRate_Hz, error)) << error.toStdString();
+    return path;
+}
+
 } // namespace
 
 TEST(FileCommands, InfoPrintsTheRecordingsDetails)
@@ -78,9 +86,7 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
     const QString damaged = dir.filePath("damaged.cmk");
     TestFiles::writeFile(damaged, TestFiles::readFile(good).left(19));
     const QString missing = dir.filePath("missing.cmk");
-    const QString wav = dir.filePath("tune.wav");
-    QString error;
-    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
+    const QString wav = saveWav(dir, TestFiles::chanterPcm(4410), 44100);
     const QString out = dir.filePath("out.file");
 
     struct Case {
@@ -132,9 +138,7 @@ TEST(FileCommands, OutputsThatCannotBeFinishedKeepTheOldFile)
 {
     QTemporaryDir dir;
     const QString cmk = saveRecording(dir, "tune.cmk", TestFiles::knownRecording());
-    const QString wav = dir.filePath("tune.wav");
-    QString error;
-    ASSERT_TRUE(WaveFile::save(wav, TestFiles::chanterPcm(4410), 44100, error));
+    const QString wav = saveWav(dir, TestFiles::chanterPcm(4410), 44100);
     const QString out = dir.filePath("out.file");
     struct Case {
         QStringList arguments;
@@ -180,9 +184,8 @@ TEST(FileCommands, PackMakesARecordingAtTheAudiosOwnRate)
 {
     QTemporaryDir dir;
     const QByteArray audio = TestFiles::chanterPcm(22050);
-    const QString wav = dir.filePath("tune.wav");
+    const QString wav = saveWav(dir, audio, 22050);
     QString error;
-    ASSERT_TRUE(WaveFile::save(wav, audio, 22050, error)) << error.toStdString();
 
     struct Case {
         const char* name;
