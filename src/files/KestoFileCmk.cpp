@@ -7,6 +7,7 @@
 #include <QXmlStreamReader>
 
 #include <cmath>
+#include <limits>
 
 const QString cmkFileId = QStringLiteral("kesto_cmk");
 
@@ -256,6 +257,11 @@ bool KestoFileCmk::open(QString path, QString& error)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         error = file.errorString();
+        return false;
+    }
+    // The format's sizes are 32-bit, and a byte array could not hold more anyway.
+    if (file.size() > std::numeric_limits<int>::max()) {
+        error = QStringLiteral("The file is too large to be a cmk file");
         return false;
     }
     return openData(file.readAll(), error);

@@ -86,6 +86,10 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
     const QString damaged = dir.filePath("damaged.cmk");
     TestFiles::writeFile(damaged, TestFiles::readFile(good).left(19));
     const QString missing = dir.filePath("missing.cmk");
+    // Sparse, so it takes no room: past the 2 GiB that the format's 32-bit sizes can describe.
+    const QString huge = dir.filePath("huge.cmk");
+    TestFiles::writeFile(huge, "kesto_cmk");
+    ASSERT_TRUE(QFile::resize(huge, qint64(3) << 30));
     const QString wav = saveWav(dir, TestFiles::chanterPcm(4410), 44100);
     const QString out = dir.filePath("out.file");
 
@@ -99,6 +103,7 @@ TEST(FileCommands, FailuresSayWhyOnOneLineAndWriteNothing)
         {{"info", good, good}, 2, "ceolmark-cli info: expected 1 file argument, got 2 (see --help)"},
         {{"info", "--colour", good}, 2, "ceolmark-cli info: Unknown option 'colour'."},
         {{"info", missing}, 3, "ceolmark-cli info: " + missing + ": No such file or directory"},
+        {{"info", huge}, 3, "ceolmark-cli info: " + huge + ": The file is too large to be a cmk file"},
         {{"info", damaged}, 3, "ceolmark-cli info: " + damaged + ": The file appears to be too small."},
         {{"export", good}, 2, "ceolmark-cli export: --wav OUT.wav is required"},
         {{"export", good, "--wav"}, 2, "ceolmark-cli export: Missing value after '--wav'."},
