@@ -1,9 +1,11 @@
 #include "TranscribeCommand.h"
 
+#include "CalibrateCommand.h"
 #include "CommandLine.h"
 #include "FramesTable.h"
 #include "NotesTable.h"
 #include "ProgressBar.h"
+#include "ProgressiveCeolmark.h"
 
 #include <cstdio>
 
@@ -11,15 +13,20 @@ namespace {
 
 const char kDescription[]
     = "Transcribes a recording of a chanter into melody notes and embellishments.\n\n"
-      "Without --low-a or --tuning the tuning is searched from the recording, starting from a low A\n"
-      "of 440 Hz.\n\n"
+      "The recording is replayed through the live transcriber, block by block, as the application\n"
+      "transcribes a recording again: the tuning follows the chanter as it drifts, and notes settle\n"
+      "behind a window of about five seconds. Unlike the application, the end of the recording is\n"
+      "transcribed too. --batch transcribes the whole recording in one pass instead.\n\n"
+      "Without --low-a, --tuning or --calibrate the tuning is searched from the recording, starting\n"
+      "from a low A of 440 Hz.\n\n"
       "Output: a header line, then one tab-separated line per note in playing order:\n"
       "  start_s     start in seconds from the beginning of the recording\n"
       "  duration_s  length in seconds\n"
       "  name        the note's short name: LA, gg, dbla, strlg, ...\n"
       "  kind        melody for a melody note, grace for a grace note or movement\n"
       "A grace note that starts with its melody note comes before it.\n\n"
-      "Exit status: 0 success, 2 bad options, 3 unreadable or unsuitable audio, 5 output not written.";
+      "Exit status: 0 success, 2 bad options, 3 unreadable or unsuitable audio, 4 calibration failed,\n"
+      "5 output not written.";
 
 } // namespace
 
@@ -45,6 +52,11 @@ TranscribeCommand::TranscribeCommand()
           "Also write the per-frame analysis the transcription worked on to FILE, as 'ceolmark-cli frames' "
           "prints it.",
           "FILE")
+    , mBatchOption("batch", "Transcribe the whole recording in one pass rather than as the application replays it.")
+    , mCalibrateOption("calibrate",
+          "Calibrate on a recorded scale first, as 'ceolmark-cli calibrate' does, and transcribe with the nine "
+          "notes measured.",
+          "SCALE_AUDIO")
 {
     mParser.setApplicationDescription(kDescription);
     mParser.addPositionalArgument("AUDIO",
@@ -53,6 +65,8 @@ TranscribeCommand::TranscribeCommand()
     mTuningOptions.addTo(mParser);
     mParser.addOption(mNotesOption);
     mParser.addOption(mFramesOption);
+    mParser.addOption(mBatchOption);
+    mParser.addOption(mCalibrateOption);
     mTuneOptions.addTo(mParser);
     mPictureOptions.addTo(mParser);
 }
@@ -64,8 +78,9 @@ bool TranscribeCommand::readOptions(const QStringList& arguments, int& exitCode)
         return false;
     }
     QString error;
-    if (!mTuningOptions.read(mParser, error) || !mTuneOptions.read(mParser, error)
-        || !mPictureOptions.read(mParser, error)) {
+    if (mTuningOptions.read(mParser, error) && mParser.isSet(mCalibrateOption) && mTuningOptions.isSet())
+        error = "--calibrate cannot be given with --low-a or --tuning";
+    if (!error.isEmpty() || !mTuneOptions.read(mParser, error) || !mPictureOptions.read(mParser, error)) {
         CommandLine::fail(kCommand, error, CommandLine::BadUsage);
         exitCode = CommandLine::withUsage(mParser, kCommand, CommandLine::BadUsage);
         return false;
@@ -83,14 +98,73 @@ int TranscribeCommand::readInput()
 
 int TranscribeCommand::transcribe()
 {
+    PipeTuning tuning;
+    if (mParser.isSet(mCalibrateOption)) {
+        const int exitCode = calibrateScaleFile(kCommand, mParser.value(mCalibrateOption), tuning);
+        if (exitCode != CommandLine::Success)
+            return exitCode;
+    } else if (mTuningOptions.isSet()) {
+        tuning = mTuningOptions.tuning();
+    } else if (mParser.isSet(mBatchOption)) {
+        return transcribeInOnePass(nullptr);
+    } else {
+        // As the one pass does it: from the recording's frames, starting on 440 Hz.
+        Ceolmark search;
+        search.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
+        search.calculateTuning(mReader.samples().data(), unsigned(mReader.samples().size()));
+        tuning = search.tuning();
+    }
+    return mParser.isSet(mBatchOption) ? transcribeInOnePass(&tuning) : transcribeProgressively(tuning);
+}
+
+int TranscribeCommand::transcribeInOnePass(const PipeTuning* tuning)
+{
     mTranscriber.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
-    if (mTuningOptions.isSet())
-        mTranscriber.setTuning(mTuningOptions.tuning());
+    if (tuning)
+        mTranscriber.setTuning(*tuning);
     ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && mReader.duration_s() > kProgressFrom_s);
     mTranscriber.setProgressCallback([&progress](float share) { progress.update(share); });
     const std::vector<short>& samples = mReader.samples();
     mTranscriber.transcribe(samples.data(), unsigned(samples.size()));
     mTranscriber.setProgressCallback(nullptr);
+    mNotes = mTranscriber.notes();
+    mGraceNotes = mTranscriber.graceNotes();
+    mFrequencies = mTranscriber.frequencies();
+    mPickedFrequencies = mTranscriber.pickedFrequencies();
+    mQualities = mTranscriber.qualities();
+    mVolumes = mTranscriber.volumes();
+    mFramePeriod_s = double(mTranscriber.frameHop_samples()) / double(mTranscriber.samplingFrequency_Hz());
+    return CommandLine::Success;
+}
+
+int TranscribeCommand::transcribeProgressively(const PipeTuning& tuning)
+{
+    mDriver.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
+    mDriver.setTuning(tuning);
+    mDriver.reset();
+    const ProgressiveCeolmark& transcriber = mDriver.transcriber();
+    const std::vector<short>& samples = mReader.samples();
+    ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && mReader.duration_s() > kProgressFrom_s);
+    const bool keepFrames = mParser.isSet(mFramesOption);
+    uint32_t framedSamples = 0;
+    // The window keeps only the last seconds of frames: the new ones of each block are at its end.
+    auto afterBlock = [&](std::size_t fed_samples) {
+        progress.update(float(double(fed_samples) / double(samples.size())));
+        if (!keepFrames)
+            return;
+        const std::size_t fresh
+            = (transcriber.totalSamples() - framedSamples) / uint32_t(transcriber.frameHop_samples());
+        framedSamples = transcriber.totalSamples();
+        for (auto [from, to] : {std::make_pair(&transcriber.frequencies(), &mFrequencies),
+                 std::make_pair(&transcriber.pickedFrequencies(), &mPickedFrequencies),
+                 std::make_pair(&transcriber.qualities(), &mQualities),
+                 std::make_pair(&transcriber.volumes(), &mVolumes)})
+            to->insert(to->end(), from->end() - std::ptrdiff_t(fresh), from->end());
+    };
+    mDriver.replay(samples.data(), samples.size(), true, afterBlock);
+    mNotes = mDriver.lastResult().notes;
+    mGraceNotes = mDriver.lastResult().graceNotes;
+    mFramePeriod_s = double(transcriber.frameHop_samples()) / double(transcriber.samplingFrequency_Hz());
     return CommandLine::Success;
 }
 
@@ -99,19 +173,18 @@ int TranscribeCommand::writeResults()
     QString error;
     if (mParser.isSet(mFramesOption)) {
         const QString path = mParser.value(mFramesOption);
-        const QByteArray table = FramesTable::fromArrays(mTranscriber.frequencies(), mTranscriber.pickedFrequencies(),
-            mTranscriber.qualities(), mTranscriber.volumes(),
-            double(mTranscriber.frameHop_samples()) / double(mTranscriber.samplingFrequency_Hz()));
+        const QByteArray table
+            = FramesTable::fromArrays(mFrequencies, mPickedFrequencies, mQualities, mVolumes, mFramePeriod_s);
         if (!FramesTable::write(path, table, error))
             return CommandLine::fail(kCommand, path + ": " + error, CommandLine::OutputFailed);
     }
     if (!mParser.isSet(mNotesOption)) {
-        const QByteArray text = NotesTable::toText(mTranscriber.notes(), mTranscriber.graceNotes()).toUtf8();
+        const QByteArray text = NotesTable::toText(mNotes, mGraceNotes).toUtf8();
         std::fwrite(text.constData(), 1, std::size_t(text.size()), stdout);
         return std::fflush(stdout) == 0 ? CommandLine::Success : CommandLine::OutputFailed;
     }
     const QString path = mParser.value(mNotesOption);
-    if (!NotesTable::write(path, mTranscriber.notes(), mTranscriber.graceNotes(), error))
+    if (!NotesTable::write(path, mNotes, mGraceNotes, error))
         return CommandLine::fail(kCommand, path + ": " + error, CommandLine::OutputFailed);
     return CommandLine::Success;
 }
@@ -123,12 +196,11 @@ int TranscribeCommand::writeScore()
     if (bwwPath.isEmpty() && !mPictureOptions.wanted())
         return CommandLine::Success;
     TuneOptions::Beat beat;
-    const PipeTuneModel model = mTuneOptions.quantize(mTranscriber.notes(), mTranscriber.graceNotes(), &beat);
+    const PipeTuneModel model = mTuneOptions.quantize(mNotes, mGraceNotes, &beat);
     QString error;
     if (!bwwPath.isEmpty() && !mTuneOptions.writeBww(model, bwwPath, error))
         return CommandLine::fail(kCommand, bwwPath + ": " + error, CommandLine::OutputFailed);
-    if (mPictureOptions.wanted()
-        && !mPictureOptions.write(mTuneOptions, model, mTranscriber.notes(), mTranscriber.graceNotes(), beat, error))
+    if (mPictureOptions.wanted() && !mPictureOptions.write(mTuneOptions, model, mNotes, mGraceNotes, beat, error))
         return CommandLine::fail(kCommand, error, CommandLine::OutputFailed);
     return CommandLine::Success;
 }

@@ -4,15 +4,18 @@
 #include "Ceolmark.h"
 #include "ChanterTuningOptions.h"
 #include "PictureOptions.h"
+#include "ProgressiveTranscriptionDriver.h"
 #include "TuneOptions.h"
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
 #include <QStringList>
 
-// ceolmark-cli transcribe AUDIO [--low-a HZ | --tuning LG,...,HA] [--notes FILE] [--frames FILE]
-// [tune options] [--bww FILE] [--score-png FILE] [--timing-png FILE]: the melody notes and
-// embellishments of a recording, as a notes table, and on request the score and pictures.
+// ceolmark-cli transcribe AUDIO [--low-a HZ | --tuning LG,...,HA | --calibrate SCALE] [--batch]
+// [--notes FILE] [--frames FILE] [tune options] [--bww FILE] [--score-png FILE] [--timing-png FILE]:
+// the melody notes and embellishments of a recording, as a notes table, and on request the score
+// and pictures. By default the recording is replayed through the progressive transcriber, as the
+// application transcribes it; --batch transcribes it in one pass.
 //
 // A run is a row of steps over one object: the options are declared in the constructor, read
 // in readOptions (false with exitCode set when the run ends there: help, bad usage), the audio
@@ -32,6 +35,8 @@ private:
     bool readOptions(const QStringList& arguments, int& exitCode);
     int readInput();
     int transcribe();
+    int transcribeInOnePass(const PipeTuning* tuning);
+    int transcribeProgressively(const PipeTuning& tuning);
     int writeResults();
     int writeScore();
 
@@ -41,8 +46,21 @@ private:
     PictureOptions mPictureOptions;
     QCommandLineOption mNotesOption;
     QCommandLineOption mFramesOption;
+    QCommandLineOption mBatchOption;
+    QCommandLineOption mCalibrateOption;
 
     QString mAudioPath;
     AudioFileReader mReader;
     Ceolmark mTranscriber;
+    ProgressiveTranscriptionDriver mDriver;
+
+    // What the transcription produced, whichever way it ran: notes and, with --frames, the
+    // per-frame analysis it worked on.
+    NoteMap mNotes;
+    NoteMap mGraceNotes;
+    std::vector<float> mFrequencies;
+    std::vector<float> mPickedFrequencies;
+    std::vector<float> mQualities;
+    std::vector<float> mVolumes;
+    double mFramePeriod_s = 0.0;
 };

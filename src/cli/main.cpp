@@ -12,6 +12,7 @@
 #include "TranscribeCommand.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
 #include <QScopedPointer>
 #include <QStringList>
 #include <QTextStream>
@@ -62,6 +63,9 @@ int main(int argc, char* argv[])
         app.reset(new QCoreApplication(argc, argv));
     }
     QCoreApplication::setApplicationName("ceolmark-cli");
+    // The analysis traces its work at debug level for the application's log; on the command
+    // line stderr is for failures. QT_LOGGING_RULES="default.debug=true" brings the traces back.
+    QLoggingCategory::setFilterRules("default.debug=false");
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
     if (arguments.isEmpty()) {

@@ -46,6 +46,8 @@ public:
 
     // Seconds of audio taken in so far: the length of the recording.
     float lastTranscribeTime_s() const;
+    // Samples taken in so far; those of a block that no whole frame covers yet wait.
+    uint32_t totalSamples() const { return mTotalSamples; }
     // Mean level (0..1) of the newest frames (of all, if there are fewer); 0 with none.
     float getLastRmsAverage_normalized(int frames) const;
 

@@ -64,12 +64,15 @@ bool ProgressiveTranscriptionDriver::feed(const short* samples, unsigned count)
 
 bool ProgressiveTranscriptionDriver::flush() { return transcribe(nullptr, 0, true); }
 
-bool ProgressiveTranscriptionDriver::replay(const short* samples, std::size_t count, bool flushTail)
+bool ProgressiveTranscriptionDriver::replay(
+    const short* samples, std::size_t count, bool flushTail, const BlockCallback& afterBlock)
 {
     bool produced = false;
     for (std::size_t first = 0; first < count; first += kReplayChunk_samples) {
         const unsigned chunk = unsigned(std::min<std::size_t>(count - first, kReplayChunk_samples));
         produced |= feed(samples + first, chunk);
+        if (afterBlock)
+            afterBlock(first + chunk);
     }
     if (flushTail)
         produced |= flush();

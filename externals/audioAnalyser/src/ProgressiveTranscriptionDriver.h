@@ -4,6 +4,7 @@
 #include "PipeTuning.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 
 class ProgressiveCeolmark;
@@ -66,9 +67,11 @@ public:
     // Transcribes the frames in hand whether a result is due or not, so that the tail of a
     // recording is not lost. The application never does this; the command line does.
     bool flush();
+    // After each block of a replay: the samples fed so far.
+    typedef std::function<void(std::size_t fed_samples)> BlockCallback;
     // A whole recording as a replay sees it: feed() per chunk of kReplayChunk_samples, then
     // flush() if flushTail. Returns true if any result was produced.
-    bool replay(const short* samples, std::size_t count, bool flushTail);
+    bool replay(const short* samples, std::size_t count, bool flushTail, const BlockCallback& afterBlock = nullptr);
 
     bool hasResult() const { return mHasResult; }
     // Valid when hasResult().

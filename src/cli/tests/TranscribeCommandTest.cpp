@@ -26,6 +26,35 @@ ChanterSynthesiser phrase(float lowA_Hz = 440.0f, int rate_Hz = 44100)
     return synth;
 }
 
+// Seven seconds, so that the live transcriber's window moves on and notes settle, ending in a
+// short note that only the last, forced, transcription sees whole.
+ChanterSynthesiser longPhrase()
+{
+    ChanterSynthesiser synth;
+    synth.setDrones(0.2);
+    synth.setNoise(0.01, 3);
+    const PipeNoteName melody[] = {LA, B, C, D, E, F, HG, HA, E, C, B, D, LA};
+    // No G grace note right after high A: from there it is not played as one.
+    const PipeNoteName gracing[] = {Unknown, dbb, gg, Unknown, gg, dbf, Unknown, Unknown, Unknown, gg, Unknown, gg, gg};
+    for (int i = 0; i < 13; ++i)
+        synth.play(melody[i], i == 7 ? 1.0 : 0.45, gracing[i]);
+    synth.play(E, 0.2, gg);
+    return synth;
+}
+
+// A scale for --calibrate, Low G to High A, each note held 0.8 s.
+ChanterSynthesiser scale(float lowA_Hz, PipeNoteName skipped = Unknown)
+{
+    PipeTuning tuning;
+    tuning.setLowA_Hz(lowA_Hz);
+    ChanterSynthesiser synth(44100.0, tuning);
+    synth.setNoise(0.005, 5);
+    for (PipeNoteName note : {LG, LA, B, C, D, E, F, HG, HA})
+        if (note != skipped)
+            synth.play(note, 0.8);
+    return synth;
+}
+
 QString writeWav(const QTemporaryDir& dir, const QString& name, const ChanterSynthesiser& synth)
 {
     const QString path = dir.filePath(name);
@@ -79,6 +108,29 @@ TEST(TranscribeCommand, WritesTheNotesTable)
     }
 }
 
+TEST(TranscribeCommand, ReplaysAsTheApplicationDoesAndKeepsTheTail)
+{
+    QTemporaryDir dir;
+    const ChanterSynthesiser synth = longPhrase();
+    const QString wav = writeWav(dir, "long.wav", synth);
+    const CliRun live = runCli({"transcribe", wav, "--low-a", "440"});
+    const CliRun batch = runCli({"transcribe", wav, "--low-a", "440", "--batch"});
+    ASSERT_EQ(live.exitCode, 0) << live.err.toStdString();
+    ASSERT_EQ(batch.exitCode, 0) << batch.err.toStdString();
+    NoteMap melody, grace;
+    QString error;
+    ASSERT_TRUE(NotesTable::fromText(live.out, melody, grace, error)) << error.toStdString();
+    EXPECT_EQ(names(melody, grace), names(synth.melodyNotes(), synth.gracings()));
+    // The last note lasts 0.2 s; the forced transcription at the end sees it to its last
+    // whole frame, within a frame's 23 ms of the end of the audio.
+    ASSERT_FALSE(melody.empty());
+    const PipeNote& last = melody.rbegin()->second;
+    EXPECT_EQ(last.noteName(), E);
+    EXPECT_NEAR(last.getEnd_s(), synth.duration_s(), 0.03);
+    // On a steady chanter the window, spliced, gives what one pass over the whole gives.
+    EXPECT_EQ(live.out, batch.out);
+}
+
 TEST(TranscribeCommand, FramesAreThoseOfTheFramesCommand)
 {
     QTemporaryDir dir;
@@ -97,6 +149,7 @@ TEST(TranscribeCommand, TuningOptions)
     // A chanter with low A at 480 Hz: a whole tone above 440 Hz at low A.
     QTemporaryDir dir;
     const QString wav = writeWav(dir, "sharp.wav", phrase(480.0f));
+    const QString sharpScale = writeWav(dir, "scale.wav", scale(480.0f));
     PipeTuning sharp;
     sharp.setLowA_Hz(480.0f);
     QStringList measured;
@@ -111,9 +164,12 @@ TEST(TranscribeCommand, TuningOptions)
     const Case cases[] = {
         {"measured tuning", {"--tuning", measured.join(',')}, true},
         {"low A", {"--low-a", "480"}, true},
+        {"low A, in one pass", {"--low-a", "480", "--batch"}, true},
+        {"calibrated on a scale", {"--calibrate", sharpScale}, true},
         // Notes are assigned to the tuning on 440 Hz before they are measured: the search
         // cannot move a whole tone, so the notes come out one step high.
         {"searched", {}, false},
+        {"searched, in one pass", {"--batch"}, false},
         {"the wrong low A", {"--low-a", "440"}, false},
     };
     for (const Case& c : cases) {
@@ -135,6 +191,7 @@ TEST(TranscribeCommand, ErrorsAsForFrames)
     TestFiles::writeFile(dir.filePath("text.wav"), "not audio\n");
     QString error;
     ASSERT_TRUE(AudioFileWriter::write(dir.filePath("short.wav"), std::vector<short>(1000, 0), 44100, error));
+    const QString gappedScale = writeWav(dir, "gapped.wav", scale(440.0f, F));
     struct Case {
         const char* what;
         QStringList arguments;
@@ -150,6 +207,8 @@ TEST(TranscribeCommand, ErrorsAsForFrames)
         {"eight frequencies", {wav, "--tuning", "1,2,3,4,5,6,7,8"}, 2, 2},
         {"a frequency of 0", {wav, "--tuning", "392,440,495,550,587,0,733,770,880"}, 2, 2},
         {"both tunings", {wav, "--low-a", "440", "--tuning", "392,440,495,550,587,660,733,770,880"}, 2, 2},
+        {"calibration with a tuning", {wav, "--calibrate", gappedScale, "--low-a", "440"}, 2, 2},
+        {"a scale without F", {wav, "--calibrate", gappedScale}, 4, 1},
         {"unwritable notes", {wav, "--notes", dir.filePath("no/such/notes.tsv")}, 5, 1},
     };
     for (const Case& c : cases) {
