@@ -46,16 +46,6 @@ TEST(BinnedTuning, KeepsOnlyFramesInsideTheLimits)
     }
 }
 
-TEST(BinnedTuning, BinWidthAndSeparationHaveFloors)
-{
-    const BinnedTuning fine(0.0f, 0.0f, 100.0f, 2000.0f);
-    EXPECT_FLOAT_EQ(fine.binWidth_cents(), 0.1f);
-    EXPECT_EQ(fine.peakSeparation_bins(), 1);
-    const BinnedTuning chanter = makeTuning();
-    EXPECT_FLOAT_EQ(chanter.binWidth_cents(), 8.0f);
-    EXPECT_EQ(chanter.peakSeparation_bins(), 5);
-}
-
 TEST(BinnedTuning, PeaksPoolNeighbouringBins)
 {
     // Frequencies placed by bin: the centre of bin b of 8 cents is at (b + 0.5) * 8 cents above 1 Hz.
