@@ -15,14 +15,6 @@ namespace {
 const char kMelody[] = "melody";
 const char kGrace[] = "grace";
 
-PipeNoteName noteNameFromText(const QString& text)
-{
-    for (int value = 1; value <= kLastPipeNoteName; ++value)
-        if (text == QString::fromStdString(toString(PipeNoteName(value))))
-            return PipeNoteName(value);
-    return Unknown;
-}
-
 bool readSeconds(const QString& text, float& value_s)
 {
     bool ok = false;
@@ -84,7 +76,7 @@ bool NotesTable::fromText(const QString& text, NoteMap& melody, NoteMap& grace, 
             return fail(i, QString("start \"%1\" is not a number of seconds").arg(fields[0]));
         if (!readSeconds(fields[1], duration_s) || duration_s < 0.0f)
             return fail(i, QString("duration \"%1\" is not a number of seconds").arg(fields[1]));
-        const PipeNoteName name = noteNameFromText(fields[2]);
+        const PipeNoteName name = pipeNoteNameFromString(fields[2].toStdString());
         if (name == Unknown)
             return fail(i, QString("\"%1\" is not a note name").arg(fields[2]));
         const QString kind = isMelodyNote(name) ? kMelody : kGrace;

@@ -108,3 +108,11 @@ std::string toString(PipeNoteName name)
 }
 
 std::ostream& operator<<(std::ostream& os, PipeNoteName name) { return os << toString(name); }
+
+PipeNoteName pipeNoteNameFromString(const std::string& text)
+{
+    for (int value = LG; value <= kLastPipeNoteName; ++value)
+        if (text == kNoteTexts[value])
+            return PipeNoteName(value);
+    return Unknown;
+}

@@ -105,3 +105,5 @@ std::vector<PipeNoteName> getNoteNames(PipeNoteName name);
 
 std::string toString(PipeNoteName name);
 std::ostream& operator<<(std::ostream& os, PipeNoteName name);
+// The name that prints as text ("LA", "dbla", "strlg"); Unknown for any other text.
+PipeNoteName pipeNoteNameFromString(const std::string& text);

@@ -56,11 +56,9 @@ const GoldenTune kTunes[] = {
 
 PipeNoteName nameFromText(const std::string& text)
 {
-    for (int value = 1; value <= kLastPipeNoteName; ++value)
-        if (toString(PipeNoteName(value)) == text)
-            return PipeNoteName(value);
-    ADD_FAILURE() << "no note called " << text;
-    return Unknown;
+    const PipeNoteName name = pipeNoteNameFromString(text);
+    EXPECT_NE(name, Unknown) << "no note called " << text;
+    return name;
 }
 
 // A player's rendering of the music: lengths stretched by a repeating rubato of up to 7 %, and each

@@ -45,7 +45,10 @@ TEST(PipeNoteName, EveryNameHasItsOwnTextAndANonEmptyExpansion)
         const PipeNoteName name = PipeNoteName(value);
         EXPECT_TRUE(texts.insert(toString(name)).second) << value;
         EXPECT_FALSE(getNoteNames(name).empty()) << value;
+        EXPECT_EQ(pipeNoteNameFromString(toString(name)), name) << value;
     }
+    for (const char* text : {"Unknown", "", "la", "LA ", "Low A", "dbl"})
+        EXPECT_EQ(pipeNoteNameFromString(text), Unknown) << text;
     EXPECT_EQ(toString(Unknown), "Unknown");
     EXPECT_EQ(toString(PipeNoteName(58)), "Unknown");
     EXPECT_EQ(toString(PipeNoteName(-7)), "Unknown");
