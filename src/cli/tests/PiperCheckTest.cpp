@@ -1,13 +1,11 @@
-// The check a piper would make: play a known march, let Ceolmark write it down, open the .bww in
-// MuseScore and count the bars that read as written.
+// The check a piper would make: play a known march, let ceolmark-cli write it down (transcribe,
+// then score), open the .bww in MuseScore and count the bars that read as written.
 
+#include "AudioFileWriter.h"
 #include "ChanterSynthesiser.h"
 #include "CliRun.h"
 #include "GroupQuantizer.h"
 #include "MuseScoreImport.h"
-#include "NotesTable.h"
-
-#include "Ceolmark.h"
 
 #include <QTemporaryDir>
 
@@ -139,19 +137,17 @@ TEST(PiperCheck, SixteenBarMarchReadsBackInMuseScore)
 
     for (double drones : {0.0, 0.25}) {
         SCOPED_TRACE(drones ? "with drones" : "practice chanter");
-        const std::vector<short> samples = play(notes, drones);
-        Ceolmark transcriber;
-        transcriber.setSamplingFrequency_Hz(44100.0f);
-        ASSERT_TRUE(transcriber.transcribe(samples.data(), unsigned(samples.size())));
-
         QTemporaryDir dir;
+        const QString audio = dir.filePath("march.wav");
         const QString table = dir.filePath("march.tsv");
         const QString bww = dir.filePath("march.bww");
         QString error;
-        ASSERT_TRUE(NotesTable::write(table, transcriber.notes(), transcriber.graceNotes(), error));
-        const CliRun run = runCli({"score", table, "--bpm", QString::number(kTempo), "--time", "2/4", "--shift",
+        ASSERT_TRUE(AudioFileWriter::write(audio, play(notes, drones), 44100, error)) << error.toStdString();
+        const CliRun transcribed = runCli({"transcribe", audio, "--notes", table});
+        ASSERT_EQ(transcribed.exitCode, 0) << transcribed.err.toStdString();
+        const CliRun scored = runCli({"score", table, "--bpm", QString::number(kTempo), "--time", "2/4", "--shift",
             QString::number(-kLeadIn_s), "--bww", bww});
-        ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+        ASSERT_EQ(scored.exitCode, 0) << scored.err.toStdString();
 
         MuseScoreImport import;
         ASSERT_TRUE(import.import(bww, error)) << error.toStdString();
