@@ -20,10 +20,10 @@ int runScoreCommand(const QStringList& arguments)
     pictures.addTo(parser);
     int exitCode = 0;
     if (!CommandLine::parse(parser, command, arguments, 1, exitCode))
-        return exitCode;
+        return CommandLine::withUsage(parser, command, exitCode);
     QString error;
     if (!tune.read(parser, error) || !pictures.read(parser, error))
-        return CommandLine::fail(command, error + " (see --help)", CommandLine::BadUsage);
+        return CommandLine::withUsage(parser, command, CommandLine::fail(command, error, CommandLine::BadUsage));
 
     const QString path = parser.positionalArguments().first();
     NoteMap melody, grace;

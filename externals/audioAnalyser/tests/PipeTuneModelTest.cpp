@@ -90,21 +90,6 @@ TEST(PipeTuneModel, BarCountsGraceNotesAndComparesRowBreakAndEveryField)
     EXPECT_FALSE(other.rowBreak);
 }
 
-TEST(PipeTuneModel, ClearRestoresTheDefaultTimeSignature)
-{
-    PipeTuneModel model = makeModel({LA, B}, 4);
-    model.setTimeSigNumerator(6);
-    model.setTimeSigDenominator(8);
-    model.parts[0].repeat = true;
-    model.parts[0].clear();
-    EXPECT_TRUE(model.parts[0].bars.empty());
-    EXPECT_TRUE(model.parts[0].repeat);
-    model.clear();
-    EXPECT_TRUE(model.parts.empty());
-    EXPECT_EQ(model.timeSigNumerator(), 4);
-    EXPECT_EQ(model.timeSigDenominator(), 4);
-}
-
 TEST(PipeTuneModel, TextForms)
 {
     PipeTuneModel model;
