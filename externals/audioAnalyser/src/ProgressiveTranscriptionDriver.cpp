@@ -12,6 +12,11 @@ ProgressiveTranscriptionDriver::ProgressiveTranscriptionDriver()
 {
 }
 
+ProgressiveTranscriptionDriver::ProgressiveTranscriptionDriver(std::unique_ptr<ProgressiveCeolmark> transcriber)
+    : mTranscriber(std::move(transcriber))
+{
+}
+
 ProgressiveTranscriptionDriver::~ProgressiveTranscriptionDriver() = default;
 
 void ProgressiveTranscriptionDriver::setSamplingFrequency_Hz(float samplingFrequency_Hz)

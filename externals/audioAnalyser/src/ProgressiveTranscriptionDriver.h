@@ -40,6 +40,8 @@ public:
     };
 
     ProgressiveTranscriptionDriver();
+    // Drives the given transcriber (non-null) instead of a plain one.
+    explicit ProgressiveTranscriptionDriver(std::unique_ptr<ProgressiveCeolmark> transcriber);
     ~ProgressiveTranscriptionDriver();
     ProgressiveTranscriptionDriver(const ProgressiveTranscriptionDriver&) = delete;
     ProgressiveTranscriptionDriver& operator=(const ProgressiveTranscriptionDriver&) = delete;

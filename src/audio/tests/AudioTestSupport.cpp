@@ -1,5 +1,7 @@
 #include "AudioTestSupport.h"
 
+#include "ChanterSynthesiser.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
@@ -9,7 +11,16 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+void exitWithoutStaticTeardown(int status)
+{
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
 
 bool waitFor(const std::function<bool()>& done, int timeout_ms)
 {
@@ -142,22 +153,26 @@ void FifoFeeder::run()
     }
 }
 
-QByteArray chanterTone(float frequency_Hz, float duration_s, int sampleRate_Hz, float amplitude)
+QByteArray chanterTone(float frequency_Hz, float duration_s, int sampleRate_Hz, float peak)
 {
-    // Harmonic weights of a chanter: the fundamental well below the 3rd to 5th harmonics.
-    const float weights[] = {0.2f, 0.5f, 1.0f, 0.9f, 0.7f, 0.3f};
-    const int count = int(duration_s * float(sampleRate_Hz));
-    QByteArray pcm(count * 2, '\0');
-    qint16* samples = reinterpret_cast<qint16*>(pcm.data());
-    float total = 0.0f;
-    for (float w : weights)
-        total += w;
-    for (int i = 0; i < count; ++i) {
-        const double t = double(i) / sampleRate_Hz;
-        double v = 0.0;
-        for (int h = 0; h < 6; ++h)
-            v += weights[h] * std::sin(2.0 * M_PI * frequency_Hz * (h + 1) * t);
-        samples[i] = qint16(std::lround(amplitude * v / total));
-    }
-    return pcm;
+    return toBytes(ChanterSynthesiser::tone(frequency_Hz, sampleRate_Hz, unsigned(duration_s * float(sampleRate_Hz)),
+        ChanterSynthesiser::kChanterHarmonics, peak));
+}
+
+QByteArray toBytes(const std::vector<short>& samples)
+{
+    return QByteArray(reinterpret_cast<const char*>(samples.data()), int(samples.size() * sizeof(short)));
+}
+
+QByteArray silence(float duration_s, int sampleRate_Hz)
+{
+    return QByteArray(int(duration_s * float(sampleRate_Hz)) * 2, '\0');
+}
+
+std::vector<PipeNoteName> melodyNames(const NoteMap& notes)
+{
+    std::vector<PipeNoteName> names;
+    for (const auto& entry : notes)
+        names.push_back(entry.second.noteName());
+    return names;
 }

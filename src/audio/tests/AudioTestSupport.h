@@ -6,11 +6,18 @@
 #include <QStringList>
 #include <QThread>
 
+#include "PipeNote.h"
+
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <thread>
 #include <vector>
+
+// Ends the process with status without running static destructors. Qt's PulseAudio back
+// end stops its mainloop thread from one, and at exit that can race the thread itself (an
+// abort in pa_mainloop_poll) after every test has passed.
+[[noreturn]] void exitWithoutStaticTeardown(int status);
 
 // Runs the calling thread's event loop until done() holds, checking after every event.
 // The timeout only bounds a failure; it paces nothing. False on timeout.
@@ -77,5 +84,14 @@ private:
     std::thread mThread;
 };
 
-// A chanter-like tone: a weak fundamental under strong 3rd to 5th harmonics, 16-bit.
-QByteArray chanterTone(float frequency_Hz, float duration_s, int sampleRate_Hz, float amplitude = 8000.0f);
+// A steady chanter tone (weak fundamental, strong 3rd to 5th harmonics), 16-bit mono.
+QByteArray chanterTone(float frequency_Hz, float duration_s, int sampleRate_Hz, float peak = 8000.0f);
+
+// Samples as the bytes a device delivers.
+QByteArray toBytes(const std::vector<short>& samples);
+
+// Silence, for the time after a phrase.
+QByteArray silence(float duration_s, int sampleRate_Hz);
+
+// The melody note names of a map in time order.
+std::vector<PipeNoteName> melodyNames(const NoteMap& notes);

@@ -16,7 +16,6 @@
 #include <QTemporaryDir>
 
 #include <csignal>
-#include <cstdlib>
 #include <unistd.h>
 
 namespace {
@@ -106,14 +105,14 @@ protected:
 
 TEST_P(NoAudioDevice, RecorderLogsTheFailureAndDeliversNothing)
 {
-    EXPECT_EXIT(std::exit(recordWithoutDevice(GetParam(), mPluginDir)), ::testing::ExitedWithCode(0),
+    EXPECT_EXIT(exitWithoutStaticTeardown(recordWithoutDevice(GetParam(), mPluginDir)), ::testing::ExitedWithCode(0),
         "INITIALISE to 44100 Hz.*STARTING \\(State is 2\\).*"
         "Audio stopped\\. Error was: An error opening the audio device.*Stopping audio recording");
 }
 
 TEST_P(NoAudioDevice, PlayerLogsTheFailureAndStaysSilent)
 {
-    EXPECT_EXIT(std::exit(playWithoutDevice(GetParam(), mPluginDir)), ::testing::ExitedWithCode(0),
+    EXPECT_EXIT(exitWithoutStaticTeardown(playWithoutDevice(GetParam(), mPluginDir)), ::testing::ExitedWithCode(0),
         "raw audio format not supported by backend, cannot play audio\\. Device is");
 }
 
