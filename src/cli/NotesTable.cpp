@@ -77,6 +77,10 @@ bool NotesTable::fromText(const QString& text, NoteMap& melody, NoteMap& grace, 
         if (!readSeconds(fields[1], duration_s) || duration_s < 0.0f)
             return fail(i, QString("duration \"%1\" is not a number of seconds").arg(fields[1]));
         const PipeNoteName name = pipeNoteNameFromString(fields[2].toStdString());
+        // The transcriber can leave a gracing it could not name; it has nothing to write in a
+        // score, but the file is still a good one.
+        if (name == Unknown && fields[2] == QLatin1String("Unknown") && fields[3] == kGrace)
+            continue;
         if (name == Unknown)
             return fail(i, QString("\"%1\" is not a note name").arg(fields[2]));
         const QString kind = isMelodyNote(name) ? kMelody : kGrace;

@@ -102,6 +102,14 @@ TEST(NotesTable, RefusesWhatItCannotRead)
         NotesTable::fromText(header + "0.1000\t0.2000\tLA\tmelody\r\n0.3\t0.1\tgg\tgrace", melody, grace, error))
         << error.toStdString();
     EXPECT_EQ(melody.size() + grace.size(), 2u);
+    // A gracing the transcriber could not name, as transcribe writes it, is passed over.
+    melody.clear();
+    grace.clear();
+    EXPECT_TRUE(NotesTable::fromText(
+        header + "0.1000\t0.0900\tUnknown\tgrace\n0.1000\t0.2000\tLA\tmelody\n", melody, grace, error))
+        << error.toStdString();
+    EXPECT_EQ(melody.size(), 1u);
+    EXPECT_TRUE(grace.empty());
 }
 
 TEST(ScoreCommand, TuneOptionsShapeTheScore)
