@@ -8,6 +8,9 @@ bash scripts/build.sh
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -x build/src/app/ceolmark ]; then
   exec build/src/app/ceolmark
 fi
-example=resources/examples/scotland-the-brave.wav
+# The recording brings its tempo, time signature, time shift, tune details and calibration.
+example=build/resources/examples/scotland-the-brave.cmk
+score=build/scotland-the-brave.bww
 echo "No display: transcribing $example with ceolmark-cli" >&2
-exec build/src/cli/ceolmark-cli frames "$example"
+build/src/cli/ceolmark-cli transcribe "$example" --bww "$score"
+echo "The score, as Bagpipe Music Writer text, is in $score" >&2

@@ -1,9 +1,12 @@
 #include "CommandLine.h"
 
 #include "AudioFileReader.h"
+#include "KestoFileCmk.h"
 #include "TranscriptionFrames.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -64,14 +67,45 @@ bool CommandLine::readAudio(const QString& command, const QString& path, AudioFi
         exitCode = fail(command, path + ": " + error, BadInput);
         return false;
     }
-    if (reader.samples().size() < TranscriptionFrames::kFrameSize_samples) {
+    return holdsOneFrame(command, path, reader.samples().size(), exitCode);
+}
+
+bool CommandLine::isRecording(const QString& path)
+{
+    if (QFileInfo(path).suffix().compare("cmk", Qt::CaseInsensitive) == 0)
+        return true;
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(cmkFileId.size()) == cmkFileId.toLatin1();
+}
+
+bool CommandLine::readRecording(const QString& command, const QString& path, KestoFileCmk& recording, int& exitCode)
+{
+    QString error;
+    if (!recording.open(path, error)) {
+        exitCode = fail(command, path + ": " + error, BadInput);
+        return false;
+    }
+    if (recording.recordingFrequency_Hz() < AudioFileReader::kMinimumSampleRate_Hz) {
         exitCode = fail(command,
-            QString("%1: %2 samples is shorter than one analysis frame of %3")
+            QString("%1: sample rate %2 Hz is below the %3 Hz needed")
                 .arg(path)
-                .arg(reader.samples().size())
-                .arg(TranscriptionFrames::kFrameSize_samples),
+                .arg(recording.recordingFrequency_Hz())
+                .arg(AudioFileReader::kMinimumSampleRate_Hz),
             BadInput);
         return false;
     }
-    return true;
+    return holdsOneFrame(command, path, std::size_t(recording.sampleCount()), exitCode);
+}
+
+bool CommandLine::holdsOneFrame(const QString& command, const QString& path, std::size_t sampleCount, int& exitCode)
+{
+    if (sampleCount >= TranscriptionFrames::kFrameSize_samples)
+        return true;
+    exitCode = fail(command,
+        QString("%1: %2 samples is shorter than one analysis frame of %3")
+            .arg(path)
+            .arg(sampleCount)
+            .arg(TranscriptionFrames::kFrameSize_samples),
+        BadInput);
+    return false;
 }

@@ -4,7 +4,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstddef>
+
 class AudioFileReader;
+class KestoFileCmk;
 
 // What every command does with its arguments and its failures, so that they all behave
 // alike: a failure is one line on stderr, "ceolmark-cli COMMAND: message", and an exit code.
@@ -36,4 +39,15 @@ public:
     // Reads an audio file for analysis. A file that cannot be read, or holds less than one
     // analysis frame, gives one line naming the file and the reason, exitCode BadInput and false.
     static bool readAudio(const QString& command, const QString& path, AudioFileReader& reader, int& exitCode);
+    // Whether path is to be read as a recording file (.cmk): by its extension, so that a damaged
+    // one is reported as a recording, or by its magic, whatever it is called.
+    static bool isRecording(const QString& path);
+    // Opens a recording file for analysis, with the checks of readAudio: open's message, a rate
+    // below what readAudio takes or less than one analysis frame give one line naming the file,
+    // exitCode BadInput and false.
+    static bool readRecording(const QString& command, const QString& path, KestoFileCmk& recording, int& exitCode);
+
+private:
+    // False after one line naming the file when sampleCount is less than one analysis frame.
+    static bool holdsOneFrame(const QString& command, const QString& path, std::size_t sampleCount, int& exitCode);
 };

@@ -1,8 +1,10 @@
 #include "TranscribeCommand.h"
 
+#include "AudioFileReader.h"
 #include "CalibrateCommand.h"
 #include "CommandLine.h"
 #include "FramesTable.h"
+#include "KestoFileCmk.h"
 #include "NotesTable.h"
 #include "ProgressBar.h"
 #include "ProgressiveCeolmark.h"
@@ -19,6 +21,10 @@ const char kDescription[]
       "transcribed too. --batch transcribes the whole recording in one pass instead.\n\n"
       "Without --low-a, --tuning or --calibrate the tuning is searched from the recording, starting\n"
       "from a low A of 440 Hz.\n\n"
+      "A recording file (.cmk) is transcribed at its own sampling rate. Its chanter calibration, tempo,\n"
+      "time signature, time shift and tune details stand in for --tuning, --bpm, --time, --shift,\n"
+      "--name, --type and --composer where those are not given; without a calibration the tuning is\n"
+      "searched.\n\n"
       "Output: a header line, then one tab-separated line per note in playing order:\n"
       "  start_s     start in seconds from the beginning of the recording\n"
       "  duration_s  length in seconds\n"
@@ -60,8 +66,8 @@ TranscribeCommand::TranscribeCommand()
 {
     mParser.setApplicationDescription(kDescription);
     mParser.addPositionalArgument("AUDIO",
-        "The recording: WAV, FLAC or OGG, 16-bit integer or float samples, 8000 Hz or more; "
-        "of several channels the first is transcribed.");
+        "The recording: a recording file (.cmk), or WAV, FLAC or OGG, 16-bit integer or float samples, "
+        "8000 Hz or more; of several channels the first is transcribed.");
     mTuningOptions.addTo(mParser);
     mParser.addOption(mNotesOption);
     mParser.addOption(mFramesOption);
@@ -77,6 +83,9 @@ bool TranscribeCommand::readOptions(const QStringList& arguments, int& exitCode)
         CommandLine::withUsage(mParser, kCommand, exitCode);
         return false;
     }
+    mAudioPath = mParser.positionalArguments().first();
+    if (CommandLine::isRecording(mAudioPath) && !readRecording(exitCode))
+        return false;
     QString error;
     if (mTuningOptions.read(mParser, error) && mParser.isSet(mCalibrateOption) && mTuningOptions.isSet())
         error = "--calibrate cannot be given with --low-a or --tuning";
@@ -85,14 +94,34 @@ bool TranscribeCommand::readOptions(const QStringList& arguments, int& exitCode)
         exitCode = CommandLine::withUsage(mParser, kCommand, CommandLine::BadUsage);
         return false;
     }
-    mAudioPath = mParser.positionalArguments().first();
+    return true;
+}
+
+// The one place where a recording's settings become defaults; the options read after it
+// override them.
+bool TranscribeCommand::readRecording(int& exitCode)
+{
+    KestoFileCmk recording;
+    if (!CommandLine::readRecording(kCommand, mAudioPath, recording, exitCode))
+        return false;
+    mSamples = recording.samples();
+    mSampleRate_Hz = recording.recordingFrequency_Hz();
+    mTuneOptions.takeDefaults(recording);
+    if (!recording.noteFrequencies().empty())
+        mRecordedTuning = recording.chanterTuning();
     return true;
 }
 
 int TranscribeCommand::readInput()
 {
+    if (mSampleRate_Hz > 0) // read with the options
+        return CommandLine::Success;
+    AudioFileReader reader;
     int exitCode = CommandLine::Success;
-    CommandLine::readAudio(kCommand, mAudioPath, mReader, exitCode);
+    if (CommandLine::readAudio(kCommand, mAudioPath, reader, exitCode)) {
+        mSamples = reader.samples();
+        mSampleRate_Hz = reader.sampleRate_Hz();
+    }
     return exitCode;
 }
 
@@ -105,13 +134,15 @@ int TranscribeCommand::transcribe()
             return exitCode;
     } else if (mTuningOptions.isSet()) {
         tuning = mTuningOptions.tuning();
+    } else if (mRecordedTuning) {
+        tuning = *mRecordedTuning;
     } else if (mParser.isSet(mBatchOption)) {
         return transcribeInOnePass(nullptr);
     } else {
         // As the one pass does it: from the recording's frames, starting on 440 Hz.
         Ceolmark search;
-        search.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
-        search.calculateTuning(mReader.samples().data(), unsigned(mReader.samples().size()));
+        search.setSamplingFrequency_Hz(float(mSampleRate_Hz));
+        search.calculateTuning(mSamples.data(), unsigned(mSamples.size()));
         tuning = search.tuning();
     }
     return mParser.isSet(mBatchOption) ? transcribeInOnePass(&tuning) : transcribeProgressively(tuning);
@@ -119,13 +150,12 @@ int TranscribeCommand::transcribe()
 
 int TranscribeCommand::transcribeInOnePass(const PipeTuning* tuning)
 {
-    mTranscriber.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
+    mTranscriber.setSamplingFrequency_Hz(float(mSampleRate_Hz));
     if (tuning)
         mTranscriber.setTuning(*tuning);
-    ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && mReader.duration_s() > kProgressFrom_s);
+    ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && duration_s() > kProgressFrom_s);
     mTranscriber.setProgressCallback([&progress](float share) { progress.update(share); });
-    const std::vector<short>& samples = mReader.samples();
-    mTranscriber.transcribe(samples.data(), unsigned(samples.size()));
+    mTranscriber.transcribe(mSamples.data(), unsigned(mSamples.size()));
     mTranscriber.setProgressCallback(nullptr);
     mNotes = mTranscriber.notes();
     mGraceNotes = mTranscriber.graceNotes();
@@ -139,17 +169,16 @@ int TranscribeCommand::transcribeInOnePass(const PipeTuning* tuning)
 
 int TranscribeCommand::transcribeProgressively(const PipeTuning& tuning)
 {
-    mDriver.setSamplingFrequency_Hz(float(mReader.sampleRate_Hz()));
+    mDriver.setSamplingFrequency_Hz(float(mSampleRate_Hz));
     mDriver.setTuning(tuning);
     mDriver.reset();
     const ProgressiveCeolmark& transcriber = mDriver.transcriber();
-    const std::vector<short>& samples = mReader.samples();
-    ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && mReader.duration_s() > kProgressFrom_s);
+    ProgressBar progress("transcribing", ProgressBar::isTerminal(stderr) && duration_s() > kProgressFrom_s);
     const bool keepFrames = mParser.isSet(mFramesOption);
     uint32_t framedSamples = 0;
     // The window keeps only the last seconds of frames: the new ones of each block are at its end.
     auto afterBlock = [&](std::size_t fed_samples) {
-        progress.update(float(double(fed_samples) / double(samples.size())));
+        progress.update(float(double(fed_samples) / double(mSamples.size())));
         if (!keepFrames)
             return;
         const std::size_t fresh
@@ -161,7 +190,7 @@ int TranscribeCommand::transcribeProgressively(const PipeTuning& tuning)
                  std::make_pair(&transcriber.volumes(), &mVolumes)})
             to->insert(to->end(), from->end() - std::ptrdiff_t(fresh), from->end());
     };
-    mDriver.replay(samples.data(), samples.size(), true, afterBlock);
+    mDriver.replay(mSamples.data(), mSamples.size(), true, afterBlock);
     mNotes = mDriver.lastResult().notes;
     mGraceNotes = mDriver.lastResult().graceNotes;
     mFramePeriod_s = double(transcriber.frameHop_samples()) / double(transcriber.samplingFrequency_Hz());

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "AudioFileReader.h"
 #include "Ceolmark.h"
 #include "ChanterTuningOptions.h"
 #include "PictureOptions.h"
@@ -11,14 +10,19 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
-// ceolmark-cli transcribe AUDIO [--low-a HZ | --tuning LG,...,HA | --calibrate SCALE] [--batch]
+#include <optional>
+#include <vector>
+
+// ceolmark-cli transcribe AUDIO|RECORDING.cmk [--low-a HZ | --tuning LG,...,HA | --calibrate SCALE] [--batch]
 // [--notes FILE] [--frames FILE] [tune options] [--bww FILE] [--score-png FILE] [--timing-png FILE]:
 // the melody notes and embellishments of a recording, as a notes table, and on request the score
 // and pictures. By default the recording is replayed through the progressive transcriber, as the
-// application transcribes it; --batch transcribes it in one pass.
+// application transcribes it; --batch transcribes it in one pass. A recording file brings its
+// sampling rate, and its tune settings and chanter calibration as the defaults of the options.
 //
 // A run is a row of steps over one object: the options are declared in the constructor, read
-// in readOptions (false with exitCode set when the run ends there: help, bad usage), the audio
+// in readOptions (false with exitCode set when the run ends there: help, bad usage, and a
+// recording that cannot be read, since its settings are the options' defaults), the audio
 // in readInput, the transcription in transcribe and the results written in writeResults. The
 // later steps return CommandLine::Success to go on or the exit code to stop with. A new option adds its declaration,
 // its reading and its use to the step it belongs to. Main thread only.
@@ -33,12 +37,14 @@ private:
 
     TranscribeCommand();
     bool readOptions(const QStringList& arguments, int& exitCode);
+    bool readRecording(int& exitCode);
     int readInput();
     int transcribe();
     int transcribeInOnePass(const PipeTuning* tuning);
     int transcribeProgressively(const PipeTuning& tuning);
     int writeResults();
     int writeScore();
+    double duration_s() const { return double(mSamples.size()) / double(mSampleRate_Hz); }
 
     QCommandLineParser mParser;
     ChanterTuningOptions mTuningOptions;
@@ -50,7 +56,11 @@ private:
     QCommandLineOption mCalibrateOption;
 
     QString mAudioPath;
-    AudioFileReader mReader;
+    // The audio at 16-bit magnitude, from an audio file or a recording.
+    std::vector<short> mSamples;
+    int mSampleRate_Hz = 0;
+    // A recording's calibration, when it holds one.
+    std::optional<PipeTuning> mRecordedTuning;
     Ceolmark mTranscriber;
     ProgressiveTranscriptionDriver mDriver;
 

@@ -1,11 +1,13 @@
 #include "TuneOptions.h"
 
 #include "BmwWriter.h"
+#include "KestoFileCmk.h"
 #include "PipeTuneQuantizer.h"
 
 #include <QFile>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -16,16 +18,19 @@ const char kDefaultComposer[] = "Your Name";
 } // namespace
 
 TuneOptions::TuneOptions()
-    : mBpmOption("bpm", "Tempo in beats per minute (default 72); the beat is a dotted crotchet in 6/8.", "N", "72")
-    , mTimeOption("time", "Time signature: 4/4 (default), 3/4, 2/4, 2/2 (cut common time, reel) or 6/8.", "SIG", "4/4")
+    : mBpmOption("bpm", "Tempo in beats per minute (default 72); the beat is a dotted crotchet in 6/8.", "N")
+    , mTimeOption("time", "Time signature: 4/4 (default), 3/4, 2/4, 2/2 (cut common time, reel) or 6/8.", "SIG")
     , mRoundOption("round", "Quantise coarser: no note shorter than a semiquaver (a quaver in 2/2 and 6/8).")
-    , mShiftOption("shift", "Seconds added to every note's start, so that the first beat falls at 0 (default 0).",
-          "SECONDS", "0")
-    , mBarsPerRowOption("bars-per-row", "Bars on each row of the score (default 4).", "N", "4")
-    , mNameOption("name", QString("Tune name (default \"%1\").").arg(kDefaultName), "TEXT", kDefaultName)
-    , mTypeOption("type", QString("Tune type (default \"%1\").").arg(kDefaultType), "TEXT", kDefaultType)
-    , mComposerOption("composer", QString("Composer (default \"%1\").").arg(kDefaultComposer), "TEXT", kDefaultComposer)
+    , mShiftOption(
+          "shift", "Seconds added to every note's start, so that the first beat falls at 0 (default 0).", "SECONDS")
+    , mBarsPerRowOption("bars-per-row", "Bars on each row of the score (default 4).", "N")
+    , mNameOption("name", QString("Tune name (default \"%1\").").arg(kDefaultName), "TEXT")
+    , mTypeOption("type", QString("Tune type (default \"%1\").").arg(kDefaultType), "TEXT")
+    , mComposerOption("composer", QString("Composer (default \"%1\").").arg(kDefaultComposer), "TEXT")
     , mBwwOption("bww", "Write the score as a Bagpipe Music Writer file; an existing one is replaced.", "FILE")
+    , mTuneName(kDefaultName)
+    , mTuneType(kDefaultType)
+    , mComposer(kDefaultComposer)
 {
 }
 
@@ -76,27 +81,44 @@ bool TuneOptions::parseTimeShift(const QString& text, float& timeShift_s, QStrin
     return true;
 }
 
+void TuneOptions::takeDefaults(const KestoFileCmk& recording)
+{
+    // Untouched when the pair is not one of the five, as the application's opening leaves it.
+    timeSignatureFromComponents(recording.timeSigNumerator(), recording.timeSigDenominator(), mTimeSignature);
+    if (std::isfinite(recording.bpm()) && recording.bpm() > 0.0f)
+        mBpm = recording.bpm();
+    if (std::isfinite(recording.timeShift_s()))
+        mTimeShift_s = recording.timeShift_s();
+    // pack leaves a detail empty when it was not given.
+    for (auto [from, to] : {std::make_pair(&recording.tuneName(), &mTuneName),
+             std::make_pair(&recording.tuneType(), &mTuneType), std::make_pair(&recording.composedBy(), &mComposer)})
+        if (!from->isEmpty())
+            *to = *from;
+}
+
 bool TuneOptions::read(const QCommandLineParser& parser, QString& error)
 {
-    if (!parseBpm(parser.value(mBpmOption), mBpm, error)
-        || !parseTimeSignature(parser.value(mTimeOption), mTimeSignature, error))
+    if ((parser.isSet(mBpmOption) && !parseBpm(parser.value(mBpmOption), mBpm, error))
+        || (parser.isSet(mTimeOption) && !parseTimeSignature(parser.value(mTimeOption), mTimeSignature, error))
+        || (parser.isSet(mShiftOption) && !parseTimeShift(parser.value(mShiftOption), mTimeShift_s, error)))
         return false;
 
     mRounding = parser.isSet(mRoundOption);
 
-    if (!parseTimeShift(parser.value(mShiftOption), mTimeShift_s, error))
-        return false;
-
-    bool ok = false;
-    mBarsPerRow = parser.value(mBarsPerRowOption).toInt(&ok);
-    if (!ok || mBarsPerRow < 1) {
-        error = QString("--bars-per-row needs a whole number from 1, not \"%1\"").arg(parser.value(mBarsPerRowOption));
-        return false;
+    if (parser.isSet(mBarsPerRowOption)) {
+        bool ok = false;
+        mBarsPerRow = parser.value(mBarsPerRowOption).toInt(&ok);
+        if (!ok || mBarsPerRow < 1) {
+            error = QString("--bars-per-row needs a whole number from 1, not \"%1\"")
+                        .arg(parser.value(mBarsPerRowOption));
+            return false;
+        }
     }
 
-    mTuneName = parser.value(mNameOption);
-    mTuneType = parser.value(mTypeOption);
-    mComposer = parser.value(mComposerOption);
+    for (auto [option, value] : {std::make_pair(&mNameOption, &mTuneName), std::make_pair(&mTypeOption, &mTuneType),
+             std::make_pair(&mComposerOption, &mComposer)})
+        if (parser.isSet(*option))
+            *value = parser.value(*option);
     mBwwPath = parser.value(mBwwOption);
     return true;
 }

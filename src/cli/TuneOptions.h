@@ -8,6 +8,8 @@
 #include <QCommandLineParser>
 #include <QString>
 
+class KestoFileCmk;
+
 // The tune settings of the application as command-line options, for the commands that make a
 // score: --bpm, --time, --round, --shift, --bars-per-row, --name, --type, --composer and --bww.
 // Quantises and writes the score as the application does with the same settings.
@@ -17,8 +19,13 @@ public:
     TuneOptions();
 
     void addTo(QCommandLineParser& parser) const;
-    // Takes the values from a parsed parser; false with a message naming the option when one
-    // is out of range.
+    // Makes a recording's tempo, time signature, time shift and tune details the defaults, as
+    // the application takes them over when it opens the file. A value the application could not
+    // use (a time signature it does not know, a tempo not above 0) and an empty tune detail
+    // keep the default they would replace. Call before read.
+    void takeDefaults(const KestoFileCmk& recording);
+    // Takes the values of the options given in a parsed parser, over the defaults; false with
+    // a message naming the option when one is out of range.
     bool read(const QCommandLineParser& parser, QString& error);
 
     // The checks of read, for commands that take these values without the rest: false with

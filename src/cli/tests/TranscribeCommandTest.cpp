@@ -2,9 +2,11 @@
 #include "CeolmarkUtils.h"
 #include "ChanterSynthesiser.h"
 #include "CliRun.h"
+#include "KestoFileCmk.h"
 #include "NotesTable.h"
 #include "TestFiles.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -61,6 +63,18 @@ QString writeWav(const QTemporaryDir& dir, const QString& name, const ChanterSyn
     QString error;
     EXPECT_TRUE(AudioFileWriter::write(path, synth.render(), int(synth.sampleRate_Hz()), error)) << error.toStdString();
     return path;
+}
+
+// The nine centre frequencies of a chanter with low A at lowA_Hz, as --tuning takes them.
+QString measuredTuning(float lowA_Hz)
+{
+    PipeTuning tuning;
+    tuning.setLowA_Hz(lowA_Hz);
+    QStringList measured;
+    for (int index = 0; index < 9; ++index)
+        measured << QString::number(
+            double(tuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::noteIndexToReferenceNote(index))));
+    return measured.join(',');
 }
 
 std::string names(const NoteMap& melody, const NoteMap& grace)
@@ -150,19 +164,13 @@ TEST(TranscribeCommand, TuningOptions)
     QTemporaryDir dir;
     const QString wav = writeWav(dir, "sharp.wav", phrase(480.0f));
     const QString sharpScale = writeWav(dir, "scale.wav", scale(480.0f));
-    PipeTuning sharp;
-    sharp.setLowA_Hz(480.0f);
-    QStringList measured;
-    for (int index = 0; index < 9; ++index)
-        measured << QString::number(
-            double(sharp.getReferenceNoteCentreFrequency_Hz(PipeTuning::noteIndexToReferenceNote(index))));
     struct Case {
         const char* what;
         QStringList options;
         bool right;
     };
     const Case cases[] = {
-        {"measured tuning", {"--tuning", measured.join(',')}, true},
+        {"measured tuning", {"--tuning", measuredTuning(480.0f)}, true},
         {"low A", {"--low-a", "480"}, true},
         {"low A, in one pass", {"--low-a", "480", "--batch"}, true},
         {"calibrated on a scale", {"--calibrate", sharpScale}, true},
@@ -184,6 +192,80 @@ TEST(TranscribeCommand, TuningOptions)
     }
 }
 
+TEST(TranscribeCommand, ARecordingsSettingsAreTheDefaults)
+{
+    // The sharp chanter of TuningOptions, whose notes only its own tuning reads right.
+    QTemporaryDir dir;
+    const ChanterSynthesiser synth = phrase(480.0f);
+    const QString wav = writeWav(dir, "sharp.wav", synth);
+    KestoFileCmk recording;
+    recording.setSamples(synth.render());
+    recording.setRecordingFrequency_Hz(int(synth.sampleRate_Hz()));
+    recording.setTuneName("Sharp Tune");
+    recording.setTuneType("Reel");
+    recording.setComposedBy("The Ceolmark developers");
+    recording.setTimeSigNumerator(2);
+    recording.setTimeSigDenominator(2);
+    recording.setBpm(60.0f);
+    recording.setTimeShift_s(-0.1f);
+    QString error;
+    const QString uncalibrated = dir.filePath("uncalibrated.cmk");
+    ASSERT_TRUE(recording.save(uncalibrated, error)) << error.toStdString();
+    PipeTuning sharp;
+    sharp.setLowA_Hz(480.0f);
+    recording.setChanterTuning(sharp);
+    const QString cmk = dir.filePath("sharp.cmk");
+    ASSERT_TRUE(recording.save(cmk, error)) << error.toStdString();
+    // Found by its magic whatever it is called.
+    const QString renamed = dir.filePath("sharp.rec");
+    ASSERT_TRUE(QFile::copy(cmk, renamed));
+
+    const QStringList details = {"--name", "Sharp Tune", "--type", "Reel", "--composer", "The Ceolmark developers"};
+    const QStringList tempo = {"--bpm", "60", "--time", "2/2", "--shift", "-0.1"};
+    struct Case {
+        const char* what;
+        QStringList recordingArguments;
+        // The same transcription of the audio file, every setting given.
+        QStringList audioArguments;
+        bool calibrated;
+    };
+    const Case cases[] = {
+        {"the recording's settings", {cmk}, QStringList{wav, "--tuning", measuredTuning(480.0f)} + tempo + details,
+            true},
+        {"named otherwise", {renamed}, QStringList{wav, "--tuning", measuredTuning(480.0f)} + tempo + details, true},
+        {"options override", {cmk, "--low-a", "440", "--bpm", "90", "--time", "6/8", "--shift", "0", "--name", "Other"},
+            {wav, "--low-a", "440", "--bpm", "90", "--time", "6/8", "--shift", "0", "--name", "Other", "--type", "Reel",
+                "--composer", "The Ceolmark developers"},
+            false},
+        // The tuning is searched from 440 Hz, as for an audio file.
+        {"no calibration", {uncalibrated}, QStringList{wav} + tempo + details, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QString recordingBww = dir.filePath("recording.bww");
+        const QString audioBww = dir.filePath("audio.bww");
+        const CliRun fromRecording = runCli(QStringList{"transcribe", "--bww", recordingBww} + c.recordingArguments);
+        const CliRun fromAudio = runCli(QStringList{"transcribe", "--bww", audioBww} + c.audioArguments);
+        ASSERT_EQ(fromRecording.exitCode, 0) << fromRecording.err.toStdString();
+        ASSERT_EQ(fromAudio.exitCode, 0) << fromAudio.err.toStdString();
+        EXPECT_EQ(fromRecording.out, fromAudio.out);
+        EXPECT_EQ(TestFiles::readFile(recordingBww), TestFiles::readFile(audioBww));
+        NoteMap melody, grace;
+        ASSERT_TRUE(NotesTable::fromText(fromRecording.out, melody, grace, error));
+        ASSERT_FALSE(melody.empty());
+        EXPECT_EQ(melody.begin()->second.noteName() == LA, c.calibrated) << names(melody, grace);
+    }
+    // Not merely alike: the audio file on its own settings reads otherwise, and the recording's
+    // details (those of the last case) are in its score.
+    const CliRun bare = runCli({"transcribe", wav, "--bww", dir.filePath("bare.bww")});
+    ASSERT_EQ(bare.exitCode, 0);
+    const QByteArray bareBww = TestFiles::readFile(dir.filePath("bare.bww"));
+    EXPECT_TRUE(bareBww.contains("\"Your Tune\",(T,C,") && bareBww.contains(" 4_4\r\n")) << bareBww.toStdString();
+    const QByteArray recordingBww = TestFiles::readFile(dir.filePath("recording.bww"));
+    EXPECT_TRUE(recordingBww.contains("\"Sharp Tune\",(T,C,") && recordingBww.contains(" 2_2\r\n"))
+        << recordingBww.toStdString();
+}
+
 TEST(TranscribeCommand, ErrorsAsForFrames)
 {
     QTemporaryDir dir;
@@ -192,11 +274,24 @@ TEST(TranscribeCommand, ErrorsAsForFrames)
     QString error;
     ASSERT_TRUE(AudioFileWriter::write(dir.filePath("short.wav"), std::vector<short>(1000, 0), 44100, error));
     const QString gappedScale = writeWav(dir, "gapped.wav", scale(440.0f, F));
+    // A recording's own failures are open's messages, and the checks an audio file has.
+    TestFiles::writeFile(dir.filePath("small.cmk"), QByteArray("kesto_cmk\0\0\0\1\0\0\0\0\0\0\0\0\0\0", 19));
+    TestFiles::writeFile(dir.filePath("wav.cmk"), TestFiles::readFile(wav));
+    const auto saveRecording = [&dir](const char* name, int rate_Hz, int sampleCount) {
+        KestoFileCmk recording;
+        recording.setRecordingFrequency_Hz(rate_Hz);
+        recording.setSamples(std::vector<short>(std::size_t(sampleCount), 0));
+        QString saveError;
+        EXPECT_TRUE(recording.save(dir.filePath(name), saveError)) << saveError.toStdString();
+        return dir.filePath(name);
+    };
+    const QString recording = saveRecording("silence.cmk", 44100, 2048);
     struct Case {
         const char* what;
         QStringList arguments;
         int exitCode;
         int errLines;
+        const char* says = "";
     };
     const Case cases[] = {
         {"missing file", {dir.filePath("missing.wav")}, 3, 1},
@@ -210,6 +305,12 @@ TEST(TranscribeCommand, ErrorsAsForFrames)
         {"calibration with a tuning", {wav, "--calibrate", gappedScale, "--low-a", "440"}, 2, 2},
         {"a scale without F", {wav, "--calibrate", gappedScale}, 4, 1},
         {"unwritable notes", {wav, "--notes", dir.filePath("no/such/notes.tsv")}, 5, 1},
+        {"recording too small", {dir.filePath("small.cmk")}, 3, 1, "small.cmk: The file appears to be too small."},
+        {"audio called a recording", {dir.filePath("wav.cmk")}, 3, 1, "wav.cmk: This does not appear to be a cmk file"},
+        {"missing recording", {dir.filePath("missing.cmk")}, 3, 1, "missing.cmk: "},
+        {"recording at 4000 Hz", {saveRecording("slow.cmk", 4000, 2048)}, 3, 1, "sample rate 4000 Hz is below"},
+        {"recording shorter than a frame", {saveRecording("short.cmk", 44100, 1000)}, 3, 1, "1000 samples is shorter"},
+        {"bad option over a recording", {recording, "--time", "5/4"}, 2, 2, "--time must be"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -218,5 +319,6 @@ TEST(TranscribeCommand, ErrorsAsForFrames)
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(run.err.count('\n'), c.errLines) << run.err.toStdString();
         EXPECT_TRUE(run.err.startsWith("ceolmark-cli transcribe: ")) << run.err.toStdString();
+        EXPECT_TRUE(run.err.contains(c.says)) << run.err.toStdString();
     }
 }
