@@ -63,43 +63,46 @@ void setAudioSeconds(benchmark::State& state)
         = benchmark::Counter(kTune_s * double(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-// threads: 0 for every core, 1 for the calling thread only.
-void transcribe60s(benchmark::State& state)
+// One analysis per iteration on a new transcriber with state.range(0) frame analysis threads.
+template <typename Analyse> void analyseWithThreads(benchmark::State& state, Analyse analyse)
 {
     for (auto _ : state) {
         Ceolmark transcriber;
         transcriber.setFrameAnalysisThreads(int(state.range(0)));
-        transcriber.transcribe(samples().data(), unsigned(samples().size()));
-        benchmark::DoNotOptimize(transcriber.notes().size());
+        analyse(transcriber);
     }
     setAudioSeconds(state);
 }
-// Process CPU time, so that the helper threads count.
-BENCHMARK(transcribe60s)
-    ->ArgName("threads")
-    ->Arg(0)
-    ->Arg(1)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
+
+// threads: 0 for every core, 1 for the calling thread only. Process CPU time, so that the
+// helper threads count.
+void overThreads(benchmark::internal::Benchmark* registered)
+{
+    registered->ArgName("threads")
+        ->Arg(0)
+        ->Arg(1)
+        ->Unit(benchmark::kMillisecond)
+        ->MeasureProcessCPUTime()
+        ->UseRealTime();
+}
+
+void transcribe60s(benchmark::State& state)
+{
+    analyseWithThreads(state, [](Ceolmark& transcriber) {
+        transcriber.transcribe(samples().data(), unsigned(samples().size()));
+        benchmark::DoNotOptimize(transcriber.notes().size());
+    });
+}
+BENCHMARK(transcribe60s)->Apply(overThreads);
 
 void frameAnalysis60s(benchmark::State& state)
 {
-    for (auto _ : state) {
-        Ceolmark transcriber;
-        transcriber.setFrameAnalysisThreads(int(state.range(0)));
+    analyseWithThreads(state, [](Ceolmark& transcriber) {
         transcriber.calculateFrequencies(samples().data(), unsigned(samples().size()));
         benchmark::DoNotOptimize(transcriber.frequencies().data());
-    }
-    setAudioSeconds(state);
+    });
 }
-BENCHMARK(frameAnalysis60s)
-    ->ArgName("threads")
-    ->Arg(0)
-    ->Arg(1)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
+BENCHMARK(frameAnalysis60s)->Apply(overThreads);
 
 // Everything but the frame analysis: the tuning search, the frame notes and the stages.
 void stages60s(benchmark::State& state)
