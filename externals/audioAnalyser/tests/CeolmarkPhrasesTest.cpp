@@ -8,6 +8,7 @@
 #include "Ceolmark.h"
 #include "CeolmarkUtils.h"
 #include "ChanterSynthesiser.h"
+#include "TestNotes.h"
 
 #include <gtest/gtest.h>
 
@@ -26,14 +27,6 @@ struct Phrase {
     double melody_s = 0.4;
     double before_s = 0.4;
 };
-
-std::string describe(const std::vector<PipeNote>& notes)
-{
-    std::string text;
-    for (const PipeNote& note : notes)
-        text += (text.empty() ? "" : " ") + toString(note.noteName()) + "@" + std::to_string(note.start_s());
-    return text;
-}
 
 std::vector<short> render(ChanterSynthesiser& synth, const Phrase& phrase)
 {
@@ -63,7 +56,7 @@ void checkPhrase(const Phrase& phrase)
     const std::vector<short> samples = render(synth, phrase);
     const bool strike = noteTypeFromName(phrase.gracing) == StrikeNoteType;
     const std::vector<PipeNote> all = transcribe(synth, samples);
-    SCOPED_TRACE("transcribed: " + describe(all));
+    SCOPED_TRACE("transcribed: " + startsOf(all));
 
     std::vector<PipeNoteName> melody;
     for (const PipeNote& note : all)

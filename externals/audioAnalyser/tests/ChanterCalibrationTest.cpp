@@ -1,5 +1,6 @@
 #include "ChanterCalibration.h"
 #include "ChanterSynthesiser.h"
+#include "TestNotes.h"
 #include "utils.h"
 
 #include <gtest/gtest.h>
@@ -11,13 +12,6 @@
 namespace {
 
 const PipeNoteName kScale[] = {LG, LA, B, C, D, E, F, HG, HA};
-
-PipeTuning harmonicTuning(float lowA_Hz)
-{
-    PipeTuning tuning;
-    tuning.setLowA_Hz(lowA_Hz);
-    return tuning;
-}
 
 // Nine notes each a fixed number of cents above the last, from 450 Hz.
 PipeTuning evenlySpacedTuning(double step_cents)

@@ -118,8 +118,6 @@ TEST(PipeNoteName, ConversionsBetweenMelodyGraceAndStrike)
 TEST(PipeNote, AccessorsAndText)
 {
     PipeNote note(dbe, 1.5f, 0.25f);
-    EXPECT_EQ(note.id(), 0);
-    EXPECT_EQ(note.melodyNoteStartOffset_s(), 0.0f);
     note.setMelodyNoteStartOffset_s(0.125f);
     EXPECT_FLOAT_EQ(note.getEnd_s(), 1.75f);
     EXPECT_FLOAT_EQ(note.melodyNoteStart_s(), 1.625f);

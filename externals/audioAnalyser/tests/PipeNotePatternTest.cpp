@@ -97,15 +97,6 @@ TEST(PipeNotePattern, DetectFlagsAndEarlierFinds)
         pattern.limitLastNote = c.limitLast;
         EXPECT_EQ(pattern.detect(stream, c.melody, c.processed, c.gde, false).size(), c.matches);
     }
-
-    PipeNotePattern pattern = doublingPattern({LG, D, LG});
-    pattern.followsMelodyNote = true;
-    pattern.limitLastNote = true;
-    pattern.clear();
-    EXPECT_TRUE(pattern.items.empty());
-    EXPECT_FALSE(pattern.followsMelodyNote);
-    EXPECT_FALSE(pattern.limitLastNote);
-    EXPECT_EQ(pattern.joinTolerance_s, 0.15f);
 }
 
 TEST(PipeNotePattern, MatchesShareNoNotes)

@@ -3,6 +3,7 @@
 #include "PipeTuning.h"
 #include "PitchFinder.h"
 #include "SnacTestCurve.h"
+#include "TestNotes.h"
 #include "TranscriptionFrames.h"
 #include "utils.h"
 
@@ -19,21 +20,22 @@ namespace {
 constexpr int kSize = 512;
 constexpr int kLast = 127; // trunc(44100 / (0.9 x 385))
 
-float pick(const std::vector<SnacTestPeak>& peaks, float threshold = 0.9f)
+float pick(
+    const std::vector<SnacTestPeak>& peaks, uint32_t rate_Hz = 44100, int size = kSize, int first = 8, int last = kLast)
 {
     PitchFinder finder;
-    finder.setDataParams(PitchFinder::DataParams(1024, 44100));
+    finder.setDataParams(PitchFinder::DataParams(1024, rate_Hz));
     PipeSnacPeakPicker picker;
-    picker.setParams(PipeTuning(), 44100.0f);
-    std::vector<float> snac = makeSnacCurve(kSize, peaks);
-    return picker.pickSnacFreq(finder, snac.data(), kSize, 8, kLast, threshold, 0.3f);
+    picker.setParams(PipeTuning(), float(rate_Hz));
+    std::vector<float> snac = makeSnacCurve(size, peaks);
+    return picker.pickSnacFreq(finder, snac.data(), size, first, last, 0.9f, 0.3f);
 }
 
 float candidate(int index) { return 44100.0f / float(index + 1); }
 
 } // namespace
 
-TEST(PipeSnacPeakPicker, HighGTestOnWeaklyPeriodicFrames)
+TEST(PipeSnacPeakPicker, HighGTestAndHarmonicConfirmation)
 {
     struct Case {
         std::string name;
@@ -41,6 +43,7 @@ TEST(PipeSnacPeakPicker, HighGTestOnWeaklyPeriodicFrames)
         float expected_Hz;
     };
     const Case cases[] = {
+        // The high G test on weakly periodic frames
         {"a peak at four high G periods gives high G itself", {{20, 0.7f}, {228, 0.5f}}, 770.0f},
         {"the four-period window is half open: 210 in, 246 out", {{20, 0.7f}, {210, 0.5f}}, 770.0f},
         {"just past the window: stage 3 finds nothing", {{20, 0.7f}, {246, 0.5f}}, 0.0f},
@@ -52,21 +55,7 @@ TEST(PipeSnacPeakPicker, HighGTestOnWeaklyPeriodicFrames)
         // its two periods before the walk reaches four high G periods.
         {"the low A list completes first", {{25, 0.7f}, {100, 0.5f}, {200, 0.5f}, {228, 0.5f}}, candidate(100)},
         {"below the low A bound the high G peak is reached", {{24, 0.7f}, {100, 0.5f}, {228, 0.5f}}, 770.0f},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_FLOAT_EQ(pick(c.peaks), c.expected_Hz);
-    }
-}
-
-TEST(PipeSnacPeakPicker, HarmonicConfirmation)
-{
-    struct Case {
-        std::string name;
-        std::vector<SnacTestPeak> peaks;
-        float expected_Hz;
-    };
-    const Case cases[] = {
+        // Harmonic confirmation
         {"confirmed at twice the period", {{60, 0.95f}, {120, 0.9f}}, candidate(60)},
         {"confirmed at three times the period", {{60, 0.95f}, {183, 0.9f}}, candidate(60)},
         {"tolB is half open: 2c + 5 does not confirm", {{60, 0.95f}, {125, 0.9f}}, 0.0f},
@@ -85,39 +74,20 @@ TEST(PipeSnacPeakPicker, HarmonicConfirmation)
         SCOPED_TRACE(c.name);
         EXPECT_FLOAT_EQ(pick(c.peaks), c.expected_Hz);
     }
-}
 
-TEST(PipeSnacPeakPicker, NoCandidateWhoseSecondPeriodLiesBeyondTheLimit)
-{
     // With size 100 the limit is 90: a candidate at 45 (2c = 90) can never be chosen.
-    PitchFinder finder;
-    finder.setDataParams(PitchFinder::DataParams(1024, 44100));
-    PipeSnacPeakPicker picker;
-    std::vector<float> snac = makeSnacCurve(100, {{44, 0.95f}, {88, 0.9f}});
-    EXPECT_FLOAT_EQ(picker.pickSnacFreq(finder, snac.data(), 100, 0, 99, 0.9f, 0.3f), candidate(44));
-    snac = makeSnacCurve(100, {{45, 0.95f}, {90, 0.9f}});
-    EXPECT_EQ(picker.pickSnacFreq(finder, snac.data(), 100, 0, 99, 0.9f, 0.3f), 0.0f);
-}
-
-TEST(PipeSnacPeakPicker, TolerancesScaleWithTheRate)
-{
+    EXPECT_FLOAT_EQ(pick({{44, 0.95f}, {88, 0.9f}}, 44100, 100, 0, 99), candidate(44));
+    EXPECT_EQ(pick({{45, 0.95f}, {90, 0.9f}}, 44100, 100, 0, 99), 0.0f);
     // At 22050 Hz tolB is 3 samples (2.5 rounded away from zero): 2c + 2 confirms, 2c + 3
     // does not.
-    PitchFinder finder;
-    finder.setDataParams(PitchFinder::DataParams(1024, 22050));
-    PipeSnacPeakPicker picker;
-    picker.setParams(PipeTuning(), 22050.0f);
-    std::vector<float> snac = makeSnacCurve(kSize, {{30, 0.95f}, {62, 0.9f}});
-    EXPECT_FLOAT_EQ(picker.pickSnacFreq(finder, snac.data(), kSize, 0, 63, 0.9f, 0.3f), 22050.0f / 31.0f);
-    snac = makeSnacCurve(kSize, {{30, 0.95f}, {63, 0.9f}});
-    EXPECT_EQ(picker.pickSnacFreq(finder, snac.data(), kSize, 0, 63, 0.9f, 0.3f), 0.0f);
+    EXPECT_FLOAT_EQ(pick({{30, 0.95f}, {62, 0.9f}}, 22050, kSize, 0, 63), 22050.0f / 31.0f);
+    EXPECT_EQ(pick({{30, 0.95f}, {63, 0.9f}}, 22050, kSize, 0, 63), 0.0f);
 }
 
 TEST(PipeSnacPeakPicker, PicksEveryChanterNoteOfASynthesisedChanter)
 {
     for (float lowA_Hz : {440.0f, 480.0f}) {
-        PipeTuning tuning;
-        tuning.setLowA_Hz(lowA_Hz);
+        const PipeTuning tuning = harmonicTuning(lowA_Hz);
         PitchFinder finder;
         PipeSnacPeakPicker picker;
         TranscriptionFrames::installPeakPicker(finder, picker);

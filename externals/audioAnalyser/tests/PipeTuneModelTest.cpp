@@ -54,7 +54,7 @@ TEST(PipeTuneModel, ItemLengthsInThirtySeconds)
     }
 }
 
-TEST(PipeTuneModel, BarCountsGraceNotesAndComparesRowBreakAndEveryField)
+TEST(PipeTuneModel, BarCountsGraceNotesAndComparesEveryField)
 {
     const Bar bar = makeBar({Item(gg, 32, 0, PipeTuneModel::NoteFlagNone), Item(D, 8, 1, PipeTuneModel::NoteFlagRight),
                                 Item(E, 16, 0, PipeTuneModel::NoteFlagLeft)},
@@ -82,12 +82,6 @@ TEST(PipeTuneModel, BarCountsGraceNotesAndComparesRowBreakAndEveryField)
     other = bar;
     other.items.pop_back();
     EXPECT_NE(other, bar);
-
-    other = bar;
-    other.rowBreak = true;
-    other.clear();
-    EXPECT_TRUE(other.items.empty());
-    EXPECT_FALSE(other.rowBreak);
 }
 
 TEST(PipeTuneModel, TextForms)

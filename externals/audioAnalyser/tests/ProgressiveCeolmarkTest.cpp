@@ -3,6 +3,7 @@
 #include "CeolmarkUtils.h"
 #include "ChanterSynthesiser.h"
 #include "ProgressiveTranscriptionDriver.h"
+#include "TestNotes.h"
 #include "utils.h"
 
 #include <gtest/gtest.h>
@@ -33,9 +34,7 @@ const Sound kPipes{0.15};
 
 ChanterSynthesiser makePiper(const Sound& sound)
 {
-    PipeTuning tuning;
-    tuning.setLowA_Hz(float(sound.lowA_Hz));
-    ChanterSynthesiser piper(kRate_Hz, tuning);
+    ChanterSynthesiser piper(kRate_Hz, harmonicTuning(sound.lowA_Hz));
     piper.setHarmonics(ChanterSynthesiser::harmonicsWithWeakFundamental(15.0f));
     piper.setNoise(0.0125, 11);
     piper.setDrones(sound.drones_normalized);
@@ -61,37 +60,15 @@ ChanterSynthesiser playTune(const Sound& sound, double length_s)
     return piper;
 }
 
-PipeTuning harmonicTuning(double lowA_Hz)
-{
-    PipeTuning tuning;
-    tuning.setLowA_Hz(float(lowA_Hz));
-    return tuning;
-}
-
-std::vector<PipeNote> inPlayingOrder(const NoteMap& notes, const NoteMap& graceNotes)
-{
-    return combineMelodyAndGraceNotes(notes, graceNotes);
-}
-
 std::vector<PipeNote> played(const ChanterSynthesiser& piper)
 {
     return combineMelodyAndGraceNotes(piper.melodyNotes(), piper.gracings());
-}
-
-std::vector<PipeNoteName> names(const std::vector<PipeNote>& notes)
-{
-    std::vector<PipeNoteName> result;
-    for (const PipeNote& note : notes)
-        result.push_back(note.noteName());
-    return result;
 }
 
 bool sameNote(const PipeNote& a, const PipeNote& b)
 {
     return a.noteName() == b.noteName() && a.start_s() == b.start_s() && a.duration_s() == b.duration_s();
 }
-
-std::string describe(const PipeNote& note) { return toString(note); }
 
 } // namespace
 
@@ -120,15 +97,15 @@ TEST(ProgressiveCeolmark, SettledNotesNeverChangeAndTheTuneMatchesABatchPass)
         const std::vector<PipeNote>& nowSettled = transcriber.settledNotes();
         ASSERT_GE(nowSettled.size(), settled.size()) << result.time_s;
         for (size_t i = 0; i < settled.size(); ++i)
-            ASSERT_TRUE(sameNote(nowSettled[i], settled[i])) << result.time_s << " " << describe(settled[i]);
+            ASSERT_TRUE(sameNote(nowSettled[i], settled[i])) << result.time_s << " " << toString(settled[i]);
         if (nowSettled.size() > settled.size())
             cuts_s.push_back(nowSettled.back().start_s());
         settled = nowSettled;
         // Every result begins with the settled notes, unchanged.
-        const std::vector<PipeNote> tune = inPlayingOrder(result.notes, result.graceNotes);
+        const std::vector<PipeNote> tune = combineMelodyAndGraceNotes(result.notes, result.graceNotes);
         ASSERT_GE(tune.size(), settled.size());
         for (size_t i = 0; i < settled.size(); ++i)
-            ASSERT_TRUE(sameNote(tune[i], settled[i])) << result.time_s << " " << describe(settled[i]);
+            ASSERT_TRUE(sameNote(tune[i], settled[i])) << result.time_s << " " << toString(settled[i]);
     }
     ASSERT_TRUE(driver.flush());
     ASSERT_FALSE(cuts_s.empty());
@@ -136,9 +113,9 @@ TEST(ProgressiveCeolmark, SettledNotesNeverChangeAndTheTuneMatchesABatchPass)
     Ceolmark batch;
     batch.setTuning(harmonicTuning(kLowA_Hz));
     batch.transcribe(samples.data(), unsigned(samples.size()));
-    const std::vector<PipeNote> batchTune = inPlayingOrder(batch.notes(), batch.graceNotes());
+    const std::vector<PipeNote> batchTune = combineMelodyAndGraceNotes(batch.notes(), batch.graceNotes());
     const std::vector<PipeNote> progressiveTune
-        = inPlayingOrder(driver.lastResult().notes, driver.lastResult().graceNotes);
+        = combineMelodyAndGraceNotes(driver.lastResult().notes, driver.lastResult().graceNotes);
 
     // Away from the splices both passes see the same frames, so the same notes come out;
     // times agree to well under a frame hop (0.45 ms) once the window start is added back.
@@ -158,17 +135,17 @@ TEST(ProgressiveCeolmark, SettledNotesNeverChangeAndTheTuneMatchesABatchPass)
         if (nearCut(note))
             continue;
         ++compared;
-        EXPECT_TRUE(findIn(progressiveTune, note)) << "batch " << describe(note);
+        EXPECT_TRUE(findIn(progressiveTune, note)) << "batch " << toString(note);
     }
     for (const PipeNote& note : progressiveTune) {
         if (!nearCut(note)) {
-            EXPECT_TRUE(findIn(batchTune, note)) << "progressive " << describe(note);
+            EXPECT_TRUE(findIn(batchTune, note)) << "progressive " << toString(note);
         }
     }
     EXPECT_GT(compared, int(batchTune.size()) / 2);
 
     // And the tune is the one that was played, grace notes included.
-    EXPECT_EQ(names(progressiveTune), names(played(piper)));
+    EXPECT_EQ(namesOf(progressiveTune), namesOf(played(piper)));
 }
 
 TEST(ProgressiveCeolmark, ResultsComeAtTheIntervalOfAudio)
@@ -299,5 +276,6 @@ TEST(ProgressiveCeolmark, FollowsAChanterDriftingThirtyCentsInAMinute)
     }
     EXPECT_GT(checked, 100);
     driver.flush();
-    EXPECT_EQ(names(inPlayingOrder(driver.lastResult().notes, driver.lastResult().graceNotes)), names(playedNotes));
+    EXPECT_EQ(namesOf(combineMelodyAndGraceNotes(driver.lastResult().notes, driver.lastResult().graceNotes)),
+        namesOf(playedNotes));
 }
