@@ -23,6 +23,8 @@ constexpr double kNoteNumberOffset = 36.37631656229591;
 
 float freqRatioToCents(float f1, float f2) { return float(std::log10(double(f2) / double(f1)) * kCentsPerDecade); }
 
+double centsToFreqRatio(double cents) { return std::pow(10.0, cents / kCentsPerDecade); }
+
 double frequencyToNoteNumber(double frequency_Hz)
 {
     return kNoteNumberPerDecade * std::log10(frequency_Hz) - kNoteNumberOffset;

@@ -11,6 +11,8 @@ namespace utils {
 // Cents from f1 up to f2 on this system's cent scale: 3986.4460836 per decade, so an
 // octave measures 1200.04. All tuning figures and tolerances are told in this scale.
 float freqRatioToCents(float f1, float f2);
+// The frequency ratio that spans cents on the same scale (the inverse of freqRatioToCents).
+double centsToFreqRatio(double cents);
 
 // The MIDI-style note number of a frequency (69 is 440 Hz), unrounded, in double.
 double frequencyToNoteNumber(double frequency_Hz);

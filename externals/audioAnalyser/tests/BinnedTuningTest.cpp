@@ -3,15 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 namespace {
 
-float centsAbove(float frequency_Hz, float cents)
-{
-    // The inverse of freqRatioToCents, on its own constant.
-    return float(frequency_Hz * std::pow(10.0, cents / 3986.4460836000003));
-}
+float centsAbove(float frequency_Hz, float cents) { return float(frequency_Hz * utils::centsToFreqRatio(cents)); }
 
 // Bins are 8 cents wide at a resolution of 40 cents; a peak separation of 40 cents is 5 bins.
 BinnedTuning makeTuning() { return BinnedTuning(40.0f, 40.0f, 100.0f, 2000.0f); }

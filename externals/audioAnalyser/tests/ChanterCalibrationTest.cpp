@@ -18,8 +18,7 @@ PipeTuning evenlySpacedTuning(double step_cents)
 {
     PipeTuning::FrequencyMap notes;
     for (int index = 0; index < 9; ++index)
-        notes[PipeTuning::noteIndexToReferenceNote(index)]
-            = float(450.0 * std::pow(10.0, step_cents * index / 3986.4460836000003));
+        notes[PipeTuning::noteIndexToReferenceNote(index)] = float(450.0 * utils::centsToFreqRatio(step_cents * index));
     PipeTuning tuning;
     tuning.setTuningScheme(PipeTuning::Measured, notes);
     return tuning;

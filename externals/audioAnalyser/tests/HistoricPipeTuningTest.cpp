@@ -1,4 +1,5 @@
 #include "HistoricPipeTuning.h"
+#include "TestNotes.h"
 #include "utils.h"
 
 #include <gtest/gtest.h>
@@ -70,10 +71,8 @@ TEST(HistoricPipeTuning, AveragesTheNewestCleanFramesOfEachRun)
 
 TEST(HistoricPipeTuning, UpdateFromTheEndChangesNothing)
 {
-    PipeTuning calibrated;
-    calibrated.setLowA_Hz(470.0f);
     HistoricPipeTuning historic;
-    historic.setCalibratedTuning(calibrated, false);
+    historic.setCalibratedTuning(harmonicTuning(470.0), false);
     EXPECT_FLOAT_EQ(historic.tuning().lowA_Hz(), 470.0f);
     const Frames frames = Frames().add(473.0f, 20);
     historic.update(frames.frequencies, frames.qualities, frames.volumes, frames.size());
@@ -126,10 +125,8 @@ TEST(HistoricPipeTuning, SeedingStartsFromTheCalibratedCentres)
 
 TEST(HistoricPipeTuning, LiveFramesBlendIntoTheSeed)
 {
-    PipeTuning calibrated;
-    calibrated.setLowA_Hz(480.0f);
     HistoricPipeTuning historic;
-    historic.setCalibratedTuning(calibrated, true);
+    historic.setCalibratedTuning(harmonicTuning(480.0), true);
     // Seven seeded copies of 720 Hz (10 minus the 3 attack frames); four live frames of
     // 730 Hz, of which the last one counts: (7 x 720 + 730) / 8.
     const Frames frames = Frames().add(730.0f, 4);

@@ -48,16 +48,22 @@ std::string describe(const PipeTuneModel& model)
     return text;
 }
 
-PipeTuneModel quantize(
-    int numerator, int denominator, const std::vector<TimedNote>& notes, float shift_s = 0.0f, int barsPerRow = 4)
+struct Options {
+    float shift_s = 0.0f;
+    int barsPerRow = 4;
+    bool rounding = false;
+};
+
+PipeTuneModel quantize(int numerator, int denominator, const std::vector<TimedNote>& notes, Options options = {})
 {
     NoteMap melody, grace;
     makeMaps(notes, melody, grace);
     PipeTuneQuantizer quantizer;
     quantizer.setTimeSignature(numerator, denominator);
     quantizer.setCrotchetDuration_s(kCrotchet_s);
-    quantizer.setBarsPerRow(barsPerRow);
-    quantizer.quantize(shift_s, melody, grace);
+    quantizer.setBarsPerRow(options.barsPerRow);
+    quantizer.setRounding(options.rounding);
+    quantizer.quantize(options.shift_s, melody, grace);
     return quantizer.getModel();
 }
 
@@ -94,7 +100,14 @@ TEST(PipeTuneQuantizer, DecidingCases)
         int numerator, denominator;
         std::vector<TimedNote> notes;
         std::string expected;
+        Options options = {};
     };
+    std::vector<TimedNote> sevenCrotchets;
+    for (int i = 0; i < 7; ++i)
+        sevenCrotchets.push_back({PipeNoteName(LA + i), i * 8.0, 8});
+    // Semiquaver-and-a-half values: without rounding they are written as played; with it a
+    // semiquaver is the shortest note and the beat comes out long rather than losing a note.
+    const std::vector<TimedNote> fine = {{LA, 0, 3}, {B, 3, 1}, {C, 4, 1}, {D, 5, 3}, {E, 8, 8}};
     const std::vector<Case> cases = {
         {"empty melody leaves the model empty", 2, 4, {{gg, 0, 0.2}, {dbla, 4, 1}}, ""},
         {"4.4 ending on the group's end stays", 2, 4, {{LA, 0, 3.6}, {B, 3.6, 4.4}, {C, 8, 8}}, "LA8r B8l C4 /"},
@@ -120,52 +133,28 @@ TEST(PipeTuneQuantizer, DecidingCases)
         {"9/8 is two beats of three quavers", 9, 8,
             {{LA, 0, 4}, {B, 4, 4}, {C, 8, 4}, {D, 12, 4}, {E, 16, 4}, {F, 20, 4}, {HG, 24, 12}},
             "LA8r B8l C8l D8r E8l F8l | HG4. /"},
+        // Played 1.3 s into the recording: what ends before the first beat goes, but a grace
+        // note just before it stays with its note.
+        {"the time shift puts the first beat at zero", 2, 4,
+            {{gg, 8.0, 0.3}, {LG, 8.3, 1.9}, {dg, 10.2, 0.2}, {LA, 10.4, 8}, {B, 18.4, 4}, {C, 22.4, 4}, {D, 26.4, 8}},
+            "dg LA4 B8r C8l | D4 /", {-10.4f * kT32_s}},
+        {"rows break every two bars and at the end", 2, 4, sevenCrotchets, "LA4 B4 | C4 D4 / | E4 F4 | HG4 /",
+            {0.0f, 2}},
+        {"no bars per row: every bar ends a row", 2, 4, sevenCrotchets, "LA4 B4 / | C4 D4 / | E4 F4 / | HG4 /",
+            {0.0f, 0}},
+        {"without rounding", 2, 4, fine, "LA16.r B32l C32l D16.l E4 /"},
+        {"with rounding", 2, 4, fine, "LA8r B16l C16l D8l E4 /", {0.0f, 4, true}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        EXPECT_EQ(describe(quantize(c.numerator, c.denominator, c.notes)), c.expected);
+        EXPECT_EQ(describe(quantize(c.numerator, c.denominator, c.notes, c.options)), c.expected);
     }
-}
 
-TEST(PipeTuneQuantizer, TimeShiftPutsTheFirstBeatAtZero)
-{
-    // Played 1.3 s into the recording: what ends before the first beat goes, but a grace note
-    // just before it stays with its note.
-    const std::vector<TimedNote> notes
-        = {{gg, 8.0, 0.3}, {LG, 8.3, 1.9}, {dg, 10.2, 0.2}, {LA, 10.4, 8}, {B, 18.4, 4}, {C, 22.4, 4}, {D, 26.4, 8}};
-    EXPECT_EQ(describe(quantize(2, 4, notes, -10.4f * kT32_s)), "dg LA4 B8r C8l | D4 /");
-}
-
-TEST(PipeTuneQuantizer, RowsBreakEveryBarsPerRowAndAtTheEnd)
-{
-    std::vector<TimedNote> notes;
-    for (int i = 0; i < 7; ++i)
-        notes.push_back({PipeNoteName(LA + i), i * 8.0, 8});
-    EXPECT_EQ(describe(quantize(2, 4, notes, 0.0f, 2)), "LA4 B4 | C4 D4 / | E4 F4 | HG4 /");
-    EXPECT_EQ(describe(quantize(2, 4, notes, 0.0f, 0)), "LA4 B4 / | C4 D4 / | E4 F4 / | HG4 /");
-
-    const PipeTuneModel model = quantize(3, 4, notes);
+    const PipeTuneModel model = quantize(3, 4, sevenCrotchets);
     EXPECT_EQ(model.timeSigNumerator(), 3);
     EXPECT_EQ(model.timeSigDenominator(), 4);
     ASSERT_EQ(model.parts.size(), 1u);
     EXPECT_FALSE(model.parts[0].repeat);
-}
-
-TEST(PipeTuneQuantizer, RoundingCoarsensTheGrid)
-{
-    // With rounding a semiquaver is the shortest note, and the beat comes out long rather than
-    // losing a note.
-    const std::vector<TimedNote> notes = {{LA, 0, 3}, {B, 3, 1}, {C, 4, 1}, {D, 5, 3}, {E, 8, 8}};
-    NoteMap melody, grace;
-    makeMaps(notes, melody, grace);
-    PipeTuneQuantizer quantizer;
-    quantizer.setTimeSignature(2, 4);
-    quantizer.setCrotchetDuration_s(kCrotchet_s);
-    quantizer.quantize(0.0f, melody, grace);
-    EXPECT_EQ(describe(quantizer.getModel()), "LA16.r B32l C32l D16.l E4 /");
-    quantizer.setRounding(true);
-    quantizer.quantize(0.0f, melody, grace);
-    EXPECT_EQ(describe(quantizer.getModel()), "LA8r B16l C16l D8l E4 /");
 }
 
 TEST(PipeTuneQuantizer, BeatGeometry)

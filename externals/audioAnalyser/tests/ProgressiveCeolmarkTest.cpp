@@ -205,7 +205,7 @@ TEST(ProgressiveCeolmark, ResetKeepsTheLearnedTuning)
     // recording, and the next recording starts from what was learned. Low A is held for
     // longer than the second of history, so the seeded calibration is all pushed out.
     Sound sharp;
-    sharp.lowA_Hz = kLowA_Hz * std::pow(10.0, 20.0 / 3986.4460836000003);
+    sharp.lowA_Hz = kLowA_Hz * utils::centsToFreqRatio(20.0);
     ChanterSynthesiser piper = makePiper(sharp);
     piper.play(LA, 2.5);
     piper.play(E, 0.5);

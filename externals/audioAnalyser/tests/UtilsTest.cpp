@@ -12,6 +12,8 @@ TEST(Utils, CentsUseTheSystemScale)
     EXPECT_NEAR(utils::freqRatioToCents(440.0f, 880.0f), 1200.04f, 0.005f);
     EXPECT_FLOAT_EQ(utils::freqRatioToCents(440.0f, 440.0f), 0.0f);
     EXPECT_LT(utils::freqRatioToCents(440.0f, 430.0f), 0.0f);
+    EXPECT_NEAR(utils::centsToFreqRatio(1200.04), 2.0, 1e-5);
+    EXPECT_NEAR(utils::freqRatioToCents(440.0f, float(440.0 * utils::centsToFreqRatio(-37.5))), -37.5f, 1e-3f);
 }
 
 TEST(Utils, NoteNumbers)

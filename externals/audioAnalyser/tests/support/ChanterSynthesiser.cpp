@@ -1,4 +1,5 @@
 #include "ChanterSynthesiser.h"
+#include "utils.h"
 
 #include <algorithm>
 #include <cmath>
@@ -88,14 +89,13 @@ int64_t ChanterSynthesiser::toSamples(double duration_s) const
 
 double ChanterSynthesiser::driftFactor(double time_s) const
 {
-    return std::pow(10.0, mDrift_centsPerSecond * time_s / 3986.4460836000003);
+    return utils::centsToFreqRatio(mDrift_centsPerSecond * time_s);
 }
 
 double ChanterSynthesiser::frequencyOf(PipeNoteName note) const
 {
     const double centre_Hz = mTuning.getReferenceNoteCentreFrequency_Hz(noteNameToReferenceNote(note));
-    // The same cent scale as the rest of the system: 3986.4460836 per decade.
-    return centre_Hz * std::pow(10.0, mDetune_cents / 3986.4460836000003);
+    return centre_Hz * utils::centsToFreqRatio(mDetune_cents);
 }
 
 int64_t ChanterSynthesiser::sound(PipeNoteName note, double duration_s)
