@@ -6,8 +6,8 @@
 
 TEST(CeolmarkUtils, TimeShiftCutsMelodyAtZeroButKeepsGraceNotesBeforeIt)
 {
-    const NoteMap melody = mapOf({PipeNote(LA, 0.5f, 0.7f), PipeNote(B, 0.25f, 0.75f), PipeNote(C, 2.0f, 0.5f)});
-    const NoteMap grace = mapOf({PipeNote(gg, 0.5f, 0.7f), PipeNote(dg, 0.1f, 0.05f), PipeNote(eg, 0.75f, 0.25f)});
+    const NoteMap melody = mapOf("LA@0.5+0.7 B@0.25+0.75 C@2.0+0.5");
+    const NoteMap grace = mapOf("gg@0.5+0.7 dg@0.1+0.05 eg@0.75+0.25");
     NoteMap melodyOut, graceOut;
     timeShiftNotes(-1.0f, melody, grace, melodyOut, graceOut);
 
@@ -31,9 +31,8 @@ TEST(CeolmarkUtils, TimeShiftCutsMelodyAtZeroButKeepsGraceNotesBeforeIt)
 
 TEST(CeolmarkUtils, CombinePutsAGraceNoteStartingWithItsMelodyNoteFirst)
 {
-    const NoteMap melody = mapOf({PipeNote(LA, 1.0f, 0.5f), PipeNote(B, 2.0f, 0.5f), PipeNote(C, 3.0f, 0.5f)});
-    const NoteMap grace = mapOf({PipeNote(gg, 0.95f, 0.05f), PipeNote(dg, 2.0005f, 0.05f), PipeNote(eg, 3.002f, 0.05f),
-        PipeNote(tg, 4.0f, 0.05f)});
+    const NoteMap melody = mapOf("LA@1.0+0.5 B@2.0+0.5 C@3.0+0.5");
+    const NoteMap grace = mapOf("gg@0.95+0.05 dg@2.0005+0.05 eg@3.002+0.05 tg@4.0+0.05");
     std::vector<PipeNoteName> order;
     for (const PipeNote& note : combineMelodyAndGraceNotes(melody, grace))
         order.push_back(note.noteName());
@@ -46,7 +45,7 @@ TEST(CeolmarkUtils, CombinePutsAGraceNoteStartingWithItsMelodyNoteFirst)
 // boundary" is exact in float.
 TEST(CeolmarkUtils, SelectionsAtTheirBoundaries)
 {
-    const NoteMap notes = mapOf({PipeNote(LA, 1.0f, 0.5f), PipeNote(B, 2.0f, 0.25f), PipeNote(C, 3.0f, 0.125f)});
+    const NoteMap notes = mapOf("LA@1.0+0.5 B@2.0+0.25 C@3.0+0.125");
     struct Case {
         const char* what;
         NoteMap result;
@@ -73,7 +72,7 @@ TEST(CeolmarkUtils, SelectionsAtTheirBoundaries)
 
 TEST(CeolmarkUtils, ConstrainCutsBothEndsAndDropsWhatIsLeftEmpty)
 {
-    const NoteMap notes = mapOf({PipeNote(LA, 0.5f, 1.0f), PipeNote(B, 1.75f, 0.5f), PipeNote(C, 2.5f, 0.5f)});
+    const NoteMap notes = mapOf("LA@0.5+1.0 B@1.75+0.5 C@2.5+0.5");
     const NoteMap constrained = constrainNotes(notes, {1.0f, 2.0f});
     ASSERT_EQ(constrained.size(), 2u) << describe(constrained);
     EXPECT_EQ(constrained.begin()->first, 1.0f); // the key moves with the start
@@ -86,20 +85,16 @@ TEST(CeolmarkUtils, SimpleCombineMergesOnlyGapsBelowTheLimit)
 {
     struct Case {
         const char* what;
-        std::vector<PipeNote> notes;
+        std::string notes;
         float maxGap_s;
         std::string expected;
     };
     const Case cases[] = {
-        {"gap equal to the limit stays", {PipeNote(D, 0.0f, 0.5f), PipeNote(D, 0.75f, 0.5f)}, 0.25f,
-            "D@0.000000+0.500000 D@0.750000+0.500000"},
-        {"gap below the limit merges", {PipeNote(D, 0.0f, 0.5f), PipeNote(D, 0.75f, 0.5f)}, 0.3f,
-            "D@0.000000+1.250000"},
-        {"overlap merges for any positive limit", {PipeNote(D, 0.0f, 0.5f), PipeNote(D, 0.25f, 0.125f)}, 0.0001f,
-            "D@0.000000+0.500000"},
-        {"chains merge in one call",
-            {PipeNote(E, 0.0f, 0.25f), PipeNote(E, 0.25f, 0.25f), PipeNote(E, 0.5f, 0.25f), PipeNote(E, 2.0f, 0.25f)},
-            0.125f, "E@0.000000+0.750000 E@2.000000+0.250000"},
+        {"gap equal to the limit stays", "D@0.0+0.5 D@0.75+0.5", 0.25f, "D@0.000000+0.500000 D@0.750000+0.500000"},
+        {"gap below the limit merges", "D@0.0+0.5 D@0.75+0.5", 0.3f, "D@0.000000+1.250000"},
+        {"overlap merges for any positive limit", "D@0.0+0.5 D@0.25+0.125", 0.0001f, "D@0.000000+0.500000"},
+        {"chains merge in one call", "E@0.0+0.25 E@0.25+0.25 E@0.5+0.25 E@2.0+0.25", 0.125f,
+            "E@0.000000+0.750000 E@2.000000+0.250000"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -115,24 +110,19 @@ TEST(CeolmarkUtils, CombineNotesMeltsByNameAndLength)
     const std::set<PipeNoteName> shortOnes{F};
     struct Case {
         const char* what;
-        std::vector<PipeNote> notes;
+        std::string notes;
         std::string expected;
     };
     const Case cases[] = {
-        {"named note first: the second must be short, whatever always holds",
-            {PipeNote(HG, 0.0f, 0.25f), PipeNote(LG, 0.25f, 0.5f)}, "HG@0.000000+0.250000 LG@0.250000+0.500000"},
-        {"named note first with a short always-note", {PipeNote(HG, 0.0f, 0.25f), PipeNote(LG, 0.25f, 0.125f)},
-            "HG@0.000000+0.375000"},
-        {"named note second: an always-note combines at any length",
-            {PipeNote(LG, 0.0f, 0.5f), PipeNote(HG, 0.5f, 0.5f)}, "HG@0.000000+1.000000"},
-        {"a short-note of the limit's length stays", {PipeNote(F, 0.0f, 0.25f), PipeNote(HG, 0.25f, 0.125f)},
+        {"named note first: the second must be short, whatever always holds", "HG@0.0+0.25 LG@0.25+0.5",
+            "HG@0.000000+0.250000 LG@0.250000+0.500000"},
+        {"named note first with a short always-note", "HG@0.0+0.25 LG@0.25+0.125", "HG@0.000000+0.375000"},
+        {"named note second: an always-note combines at any length", "LG@0.0+0.5 HG@0.5+0.5", "HG@0.000000+1.000000"},
+        {"a short-note of the limit's length stays", "F@0.0+0.25 HG@0.25+0.125",
             "F@0.000000+0.250000 HG@0.250000+0.125000"},
-        {"a short-note below the limit combines", {PipeNote(F, 0.0f, 0.125f), PipeNote(HG, 0.125f, 0.125f)},
-            "HG@0.000000+0.250000"},
-        {"gap equal to maxGap stays", {PipeNote(LG, 0.0f, 0.125f), PipeNote(HG, 0.25f, 0.125f)},
-            "LG@0.000000+0.125000 HG@0.250000+0.125000"},
-        {"neither named", {PipeNote(LG, 0.0f, 0.125f), PipeNote(F, 0.125f, 0.125f)},
-            "LG@0.000000+0.125000 F@0.125000+0.125000"},
+        {"a short-note below the limit combines", "F@0.0+0.125 HG@0.125+0.125", "HG@0.000000+0.250000"},
+        {"gap equal to maxGap stays", "LG@0.0+0.125 HG@0.25+0.125", "LG@0.000000+0.125000 HG@0.250000+0.125000"},
+        {"neither named", "LG@0.0+0.125 F@0.125+0.125", "LG@0.000000+0.125000 F@0.125000+0.125000"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -142,7 +132,7 @@ TEST(CeolmarkUtils, CombineNotesMeltsByNameAndLength)
     }
 
     // One walk melts pairs only; the recursive form goes on until nothing changes.
-    NoteMap once = mapOf({PipeNote(LG, 0.0f, 0.125f), PipeNote(HG, 0.125f, 0.125f), PipeNote(LG, 0.25f, 0.125f)});
+    NoteMap once = mapOf("LG@0.0+0.125 HG@0.125+0.125 LG@0.25+0.125");
     NoteMap recursive = once;
     combineNotes(once, HG, always, shortOnes, 0.125f, 0.25f);
     EXPECT_EQ(describe(once), "HG@0.000000+0.250000 LG@0.250000+0.125000");
@@ -154,29 +144,27 @@ TEST(CeolmarkUtils, TrimUsingExisting)
 {
     struct Case {
         const char* what;
-        std::vector<PipeNote> existing;
+        std::string existing;
         std::string expected; // of a target D from 1.0 to 2.0
     };
     const Case cases[] = {
-        {"no overlap", {PipeNote(E, 2.0f, 0.5f), PipeNote(E, 0.5f, 0.5f)}, "D@1.000000+1.000000"},
-        {"target inside an existing note is dropped", {PipeNote(E, 0.5f, 2.0f)}, ""},
-        {"existing inside the target splits it", {PipeNote(E, 1.25f, 0.25f)},
-            "D@1.000000+0.250000 D@1.500000+0.500000"},
-        {"existing from the target's start gives a zero-length note and the rest", {PipeNote(E, 1.0f, 0.25f)},
+        {"no overlap", "E@2.0+0.5 E@0.5+0.5", "D@1.000000+1.000000"},
+        {"target inside an existing note is dropped", "E@0.5+2.0", ""},
+        {"existing inside the target splits it", "E@1.25+0.25", "D@1.000000+0.250000 D@1.500000+0.500000"},
+        {"existing from the target's start gives a zero-length note and the rest", "E@1.0+0.25",
             "D@1.000000+0.000000 D@1.250000+0.750000"},
-        {"overlap at the start", {PipeNote(E, 0.5f, 0.75f)}, "D@1.250000+0.750000"},
-        {"overlap at the end", {PipeNote(E, 1.75f, 0.5f)}, "D@1.000000+0.750000"},
-        {"both ends", {PipeNote(E, 0.5f, 0.75f), PipeNote(E, 1.75f, 0.5f)}, "D@1.250000+0.500000"},
-        {"only the first split counts", {PipeNote(E, 1.25f, 0.125f), PipeNote(E, 1.625f, 0.125f)},
-            "D@1.000000+0.250000 D@1.375000+0.625000"},
+        {"overlap at the start", "E@0.5+0.75", "D@1.250000+0.750000"},
+        {"overlap at the end", "E@1.75+0.5", "D@1.000000+0.750000"},
+        {"both ends", "E@0.5+0.75 E@1.75+0.5", "D@1.250000+0.500000"},
+        {"only the first split counts", "E@1.25+0.125 E@1.625+0.125", "D@1.000000+0.250000 D@1.375000+0.625000"},
         // Ends at the target's end: not "above hi", and an end is not inside [s, e), so nothing is cut.
-        {"existing from before to exactly the end", {PipeNote(E, 0.5f, 1.5f)}, "D@1.000000+1.000000"},
-        {"existing from the start past the end", {PipeNote(E, 1.0f, 1.5f)}, ""},
-        {"overlaps that meet leave nothing", {PipeNote(E, 0.5f, 1.0f), PipeNote(E, 1.5f, 1.0f)}, ""},
+        {"existing from before to exactly the end", "E@0.5+1.5", "D@1.000000+1.000000"},
+        {"existing from the start past the end", "E@1.0+1.5", ""},
+        {"overlaps that meet leave nothing", "E@0.5+1.0 E@1.5+1.0", ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        NoteMap target = mapOf({PipeNote(D, 1.0f, 1.0f)});
+        NoteMap target = mapOf("D@1.0+1.0");
         trimUsingExisting(mapOf(c.existing), target);
         EXPECT_EQ(describe(target), c.expected);
     }

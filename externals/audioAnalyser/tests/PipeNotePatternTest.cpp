@@ -27,33 +27,19 @@ TEST(PipeNotePattern, DetectLimitsAndJoins)
 {
     struct Case {
         const char* what;
-        std::vector<PipeNote> stream;
+        std::string stream;
         bool limitFirstOnly;
         size_t matches;
     };
     const Case cases[] = {
-        {"a last note of any length",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.02f), PipeNote(D, 1.05f, 0.03f), PipeNote(B, 1.08f, 5.0f)},
-            false, 1},
-        {"a middle note of the limit",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.2f), PipeNote(D, 1.23f, 0.03f), PipeNote(B, 1.26f, 1.0f)},
-            false, 0},
-        {"only the first note limited",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.5f), PipeNote(D, 1.53f, 0.5f), PipeNote(B, 2.03f, 1.0f)},
-            true, 1},
-        {"first note of the limit even so",
-            {PipeNote(HG, 1.0f, 0.2f), PipeNote(B, 1.2f, 0.03f), PipeNote(D, 1.23f, 0.03f), PipeNote(B, 1.26f, 1.0f)},
-            true, 0},
-        {"join just inside the tolerance",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.17f, 0.02f), PipeNote(D, 1.19f, 0.03f), PipeNote(B, 1.22f, 1.0f)},
-            false, 1},
-        {"a gap beyond the tolerance",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.19f, 0.02f), PipeNote(D, 1.21f, 0.03f), PipeNote(B, 1.24f, 1.0f)},
-            false, 0},
-        {"a wrong name",
-            {PipeNote(HG, 1.0f, 0.03f), PipeNote(C, 1.03f, 0.02f), PipeNote(D, 1.05f, 0.03f), PipeNote(B, 1.08f, 1.0f)},
-            false, 0},
-        {"too few notes", {PipeNote(HG, 1.0f, 0.03f), PipeNote(B, 1.03f, 0.02f), PipeNote(D, 1.05f, 0.03f)}, false, 0},
+        {"a last note of any length", "HG@1.0+0.03 B@1.03+0.02 D@1.05+0.03 B@1.08+5.0", false, 1},
+        {"a middle note of the limit", "HG@1.0+0.03 B@1.03+0.2 D@1.23+0.03 B@1.26+1.0", false, 0},
+        {"only the first note limited", "HG@1.0+0.03 B@1.03+0.5 D@1.53+0.5 B@2.03+1.0", true, 1},
+        {"first note of the limit even so", "HG@1.0+0.2 B@1.2+0.03 D@1.23+0.03 B@1.26+1.0", true, 0},
+        {"join just inside the tolerance", "HG@1.0+0.03 B@1.17+0.02 D@1.19+0.03 B@1.22+1.0", false, 1},
+        {"a gap beyond the tolerance", "HG@1.0+0.03 B@1.19+0.02 D@1.21+0.03 B@1.24+1.0", false, 0},
+        {"a wrong name", "HG@1.0+0.03 C@1.03+0.02 D@1.05+0.03 B@1.08+1.0", false, 0},
+        {"too few notes", "HG@1.0+0.03 B@1.03+0.02 D@1.05+0.03", false, 0},
     };
     const PipeNotePattern pattern = doublingPattern({HG, B, D, B});
     for (const Case& c : cases) {
@@ -65,11 +51,11 @@ TEST(PipeNotePattern, DetectLimitsAndJoins)
 TEST(PipeNotePattern, DetectFlagsAndEarlierFinds)
 {
     // LG D LG after a melody C that ends at the first LG's start.
-    const NoteMap stream = mapOf({PipeNote(LG, 1.0f, 0.03f), PipeNote(D, 1.03f, 0.03f), PipeNote(LG, 1.06f, 0.5f)});
-    const NoteMap melody = mapOf({PipeNote(C, 0.5f, 0.5f)});
-    const NoteMap melodyElsewhere = mapOf({PipeNote(C, 0.5f, 0.3f)});
-    const NoteMap processedBefore = mapOf({PipeNote(dbc, 0.9f, 0.094f)}); // ends 0.006 s before the run
-    const NoteMap processedTouching = mapOf({PipeNote(dbc, 0.9f, 0.096f)}); // ends 0.004 s before the run
+    const NoteMap stream = mapOf("LG@1.0+0.03 D@1.03+0.03 LG@1.06+0.5");
+    const NoteMap melody = mapOf("C@0.5+0.5");
+    const NoteMap melodyElsewhere = mapOf("C@0.5+0.3");
+    const NoteMap processedBefore = mapOf("dbc@0.9+0.094"); // ends 0.006 s before the run
+    const NoteMap processedTouching = mapOf("dbc@0.9+0.096"); // ends 0.004 s before the run
     struct Case {
         const char* what;
         bool follows;
@@ -102,8 +88,7 @@ TEST(PipeNotePattern, DetectFlagsAndEarlierFinds)
 TEST(PipeNotePattern, MatchesShareNoNotes)
 {
     // LG D LG D LG: the first match takes the middle LG, so the second run is not found.
-    const NoteMap stream = mapOf({PipeNote(LG, 1.0f, 0.03f), PipeNote(D, 1.03f, 0.03f), PipeNote(LG, 1.06f, 0.03f),
-        PipeNote(D, 1.09f, 0.03f), PipeNote(LG, 1.12f, 0.03f)});
+    const NoteMap stream = mapOf("LG@1.0+0.03 D@1.03+0.03 LG@1.06+0.03 D@1.09+0.03 LG@1.12+0.03");
     const auto matches = doublingPattern({LG, D, LG}).detect(stream, {}, {}, {}, false);
     EXPECT_EQ(
         describe(matches), (std::vector<std::string>{"LG@1.000000+0.030000 D@1.030000+0.030000 LG@1.060000+0.030000"}));
@@ -111,7 +96,7 @@ TEST(PipeNotePattern, MatchesShareNoNotes)
 
 TEST(PipeNotePattern, ApplyMakesOneMovementPerMatchAndConsumesItsNotes)
 {
-    const std::vector<PipeNote> grip{PipeNote(LG, 1.0f, 0.03f), PipeNote(D, 1.03f, 0.03f), PipeNote(LG, 1.06f, 0.5f)};
+    const std::string grip = "LG@1.0+0.03 D@1.03+0.03 LG@1.06+0.5";
     PipeNotePattern::Match match;
     match.notes = mapOf(grip);
     struct Case {
@@ -146,9 +131,9 @@ TEST(PipeNotePattern, ApplyMakesOneMovementPerMatchAndConsumesItsNotes)
 
 TEST(PipeNotePattern, RemoveNeedsKeyNameAndDuration)
 {
-    NoteMap notes = mapOf({PipeNote(D, 1.0f, 0.03f), PipeNote(E, 1.0f, 0.03f), PipeNote(D, 1.0f, 0.04f)});
+    NoteMap notes = mapOf("D@1.0+0.03 E@1.0+0.03 D@1.0+0.04");
     PipeNotePattern::Match match;
-    match.notes = mapOf({PipeNote(D, 1.0f, 0.04f), PipeNote(C, 1.0f, 0.03f), PipeNote(E, 1.001f, 0.03f)});
+    match.notes = mapOf("D@1.0+0.04 C@1.0+0.03 E@1.001+0.03");
     removePatternMatch(match, notes);
     EXPECT_EQ(describe(notes), "D@1.000000+0.030000 E@1.000000+0.030000");
     EXPECT_EQ(PipeNotePattern::Match().getRange(), TimeRange(-1.0f, -1.0f));

@@ -4,6 +4,8 @@
 #include "PipeTuning.h"
 
 #include <cstdio>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,6 +17,28 @@ inline NoteMap mapOf(const std::vector<PipeNote>& notes)
         map.insert({note.start_s(), note});
     return map;
 }
+
+// Notes written as "C@0.5+0.25 gg@1+0.03" (name@start_s+duration_s, the form describe
+// writes), so that tables of inputs read like their expected outputs. The numbers are
+// parsed to the nearest float, as float literals are.
+inline std::vector<PipeNote> notesOf(const std::string& text)
+{
+    std::vector<PipeNote> notes;
+    std::istringstream words(text);
+    std::string word;
+    while (words >> word) {
+        const size_t at = word.find('@');
+        const size_t plus = word.find('+', at);
+        const PipeNoteName name = pipeNoteNameFromString(word.substr(0, at));
+        if (name == Unknown || at == std::string::npos || plus == std::string::npos)
+            throw std::invalid_argument("not a note: " + word);
+        notes.emplace_back(name, std::stof(word.substr(at + 1, plus - at - 1)), std::stof(word.substr(plus + 1)));
+    }
+    return notes;
+}
+
+inline NoteMap mapOf(const std::string& text) { return mapOf(notesOf(text)); }
+inline NoteMap mapOf(const char* text) { return mapOf(std::string(text)); }
 
 inline const PipeNote& noteOf(const PipeNote& note) { return note; }
 inline const PipeNote& noteOf(const NoteMap::value_type& entry) { return entry.second; }
