@@ -11,11 +11,11 @@
 #include "ProgressiveCeolmark.h"
 #include "ProgressiveTranscriptionDriver.h"
 #include "RatioReporter.h"
+#include "ThreadSeconds.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <ctime>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,14 +51,6 @@ const std::vector<short>& recording()
 {
     static const std::vector<short> samples = playTune(180.0);
     return samples;
-}
-
-// CPU time of this thread: the machine may be busy with other work.
-double threadSeconds()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
 
 // Frame analysis of 0.1 s of audio, as a refresh's worth of new samples.

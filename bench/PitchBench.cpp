@@ -3,23 +3,21 @@
 // the SNAC cannot do without. Target: within 1.6 x the floor.
 
 #include "ChanterSynthesiser.h"
+#include "FftPair.h"
 #include "PipeSnacPeakPicker.h"
 #include "PitchFinder.h"
 #include "RatioReporter.h"
+#include "ThreadSeconds.h"
 #include "TranscriptionFrames.h"
-
-#include <kiss_fftr.h>
 
 #include <benchmark/benchmark.h>
 
-#include <ctime>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace {
 
-constexpr int kFftLength = 1536;
 constexpr int kHop = 20;
 
 // A few seconds of graced chanter melody with drones and noise: frames are taken from it
@@ -38,33 +36,6 @@ const std::vector<short>& performance()
     }();
     return samples;
 }
-
-// CPU time of this thread: the machine may be busy with other work.
-double threadSeconds()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
-
-struct FftPair {
-    kiss_fftr_cfg forward = kiss_fftr_alloc(kFftLength, 0, nullptr, nullptr);
-    kiss_fftr_cfg inverse = kiss_fftr_alloc(kFftLength, 1, nullptr, nullptr);
-    std::vector<float> time = std::vector<float>(kFftLength, 0.0f);
-    std::vector<kiss_fft_cpx> spectrum = std::vector<kiss_fft_cpx>(kFftLength / 2 + 1);
-    ~FftPair()
-    {
-        kiss_fftr_free(forward);
-        kiss_fftr_free(inverse);
-    }
-    void run()
-    {
-        kiss_fftr(forward, time.data(), spectrum.data());
-        kiss_fftri(inverse, spectrum.data(), time.data());
-        // Keep the values bounded from one pass to the next.
-        time[0] *= 1.0f / kFftLength;
-    }
-};
 
 double fftPairSeconds(int pairs)
 {

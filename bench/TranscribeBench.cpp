@@ -10,9 +10,8 @@
 
 #include "Ceolmark.h"
 #include "ChanterSynthesiser.h"
+#include "FftPair.h"
 #include "RatioReporter.h"
-
-#include <kiss_fftr.h>
 
 #include <benchmark/benchmark.h>
 
@@ -122,23 +121,16 @@ BENCHMARK(stages60s)->Unit(benchmark::kMillisecond)->UseRealTime();
 // The FFT pair of every frame of the tune.
 void fftFloor60s(benchmark::State& state)
 {
-    constexpr int kLength = 1536;
     const std::size_t frames = (samples().size() - 1024) / 20 + 1;
-    kiss_fftr_cfg forward = kiss_fftr_alloc(kLength, 0, nullptr, nullptr);
-    kiss_fftr_cfg inverse = kiss_fftr_alloc(kLength, 1, nullptr, nullptr);
-    std::vector<float> time(kLength, 0.0f);
-    std::vector<kiss_fft_cpx> spectrum(kLength / 2 + 1);
+    FftPair fft;
     for (auto _ : state) {
         for (std::size_t frame = 0; frame < frames; ++frame) {
             for (int i = 0; i < 1024; ++i)
-                time[std::size_t(i)] = samples()[frame * 20 + std::size_t(i)];
-            kiss_fftr(forward, time.data(), spectrum.data());
-            kiss_fftri(inverse, spectrum.data(), time.data());
-            benchmark::DoNotOptimize(time.data());
+                fft.time[std::size_t(i)] = samples()[frame * 20 + std::size_t(i)];
+            fft.run();
+            benchmark::DoNotOptimize(fft.time.data());
         }
     }
-    kiss_fftr_free(forward);
-    kiss_fftr_free(inverse);
     setAudioSeconds(state);
 }
 BENCHMARK(fftFloor60s)->Unit(benchmark::kMillisecond)->UseRealTime();
