@@ -43,15 +43,16 @@ inline NoteMap mapOf(const char* text) { return mapOf(std::string(text)); }
 inline const PipeNote& noteOf(const PipeNote& note) { return note; }
 inline const PipeNote& noteOf(const NoteMap::value_type& entry) { return entry.second; }
 
-// "LA@0.5+0.25 D@..." in key order: readable failure messages for whole maps.
+// "LA@0.5+0.25 D@..." in key order, the form notesOf reads: seven significant digits show
+// a float to about 1e-7 s.
 inline std::string describe(const NoteMap& map)
 {
     std::string text;
     for (const auto& entry : map) {
-        if (!text.empty())
-            text += " ";
-        text += toString(entry.second.noteName()) + "@" + std::to_string(entry.second.start_s()) + "+"
-            + std::to_string(entry.second.duration_s());
+        char buffer[64];
+        std::snprintf(buffer, sizeof buffer, "%s%s@%.7g+%.7g", text.empty() ? "" : " ",
+            toString(entry.second.noteName()).c_str(), entry.second.start_s(), entry.second.duration_s());
+        text += buffer;
     }
     return text;
 }
