@@ -33,16 +33,23 @@ void TranscriptionFrames::installPeakPicker(PitchFinder& finder, PipeSnacPeakPic
         });
 }
 
+PitchFinder::ProcessingParams TranscriptionFrames::chanterBand(const PipeTuning& tuning)
+{
+    PitchFinder::ProcessingParams params;
+    params.limitPeriodRange = true;
+    params.usePeakPicker = false;
+    params.lowFrequency_Hz = float(0.9 * double(tuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::LowG)));
+    params.highFrequency_Hz = float(1.1 * double(tuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::HighA)));
+    return params;
+}
+
 void TranscriptionFrames::configure(PitchFinder& finder, PipeSnacPeakPicker& picker, const PipeTuning& tuning,
     float samplingFrequency_Hz, float snacPeakThreshold, float minimumSnacPeak)
 {
     picker.setParams(tuning, samplingFrequency_Hz);
     finder.setDataParams(PitchFinder::DataParams(kFrameSize_samples, uint32_t(samplingFrequency_Hz)));
-    PitchFinder::ProcessingParams params;
-    params.limitPeriodRange = true;
+    PitchFinder::ProcessingParams params = chanterBand(tuning);
     params.usePeakPicker = true;
-    params.lowFrequency_Hz = float(0.9 * double(tuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::LowG)));
-    params.highFrequency_Hz = float(1.1 * double(tuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::HighA)));
     finder.setProcessingParams(params);
     finder.setCalibration(440.0f, tuning.lowA_Hz());
     finder.snacPeakThreshold = snacPeakThreshold;

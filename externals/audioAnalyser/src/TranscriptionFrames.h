@@ -27,6 +27,9 @@ public:
     // Frames in a block of count samples; 0 below one frame.
     static unsigned frameCount(unsigned count, int32_t frameHop_samples);
 
+    // The chanter's band for a tuning: 0.9 x Low G to 1.1 x High A, with the period range
+    // limited to it; the peak picker off.
+    static PitchFinder::ProcessingParams chanterBand(const PipeTuning& tuning);
     // Makes picker the finder's peak picker. The picker must outlive the finder's use of it.
     static void installPeakPicker(PitchFinder& finder, PipeSnacPeakPicker& picker);
     // Before a run of frames: the picker learns the tuning and rate; the finder gets

@@ -1,6 +1,7 @@
 #include "TuningFromData.h"
 
 #include "PitchFinder.h"
+#include "TranscriptionFrames.h"
 
 #include <array>
 #include <map>
@@ -61,12 +62,7 @@ PipeTuning calculateTuningFromData(
     harmonic.setLowA_Hz(lowA_Hz);
     PitchFinder finder;
     finder.setDataParams(PitchFinder::DataParams(uint32_t(frameSize), uint32_t(sampleRate_Hz)));
-    PitchFinder::ProcessingParams params;
-    params.limitPeriodRange = true;
-    params.usePeakPicker = false;
-    params.lowFrequency_Hz = float(0.9 * double(harmonic.getReferenceNoteCentreFrequency_Hz(PipeTuning::LowG)));
-    params.highFrequency_Hz = float(1.1 * double(harmonic.getReferenceNoteCentreFrequency_Hz(PipeTuning::HighA)));
-    finder.setProcessingParams(params);
+    finder.setProcessingParams(TranscriptionFrames::chanterBand(harmonic));
     finder.setCalibration(440.0f, lowA_Hz);
 
     std::vector<float> frequencies, qualities, volumes;

@@ -20,11 +20,7 @@ const std::vector<float> kPureTone = {1.0f};
 void setUpChanterBand(PitchFinder& finder, uint32_t rate_Hz)
 {
     finder.setDataParams(PitchFinder::DataParams(1024, rate_Hz));
-    PitchFinder::ProcessingParams params;
-    params.limitPeriodRange = true;
-    params.lowFrequency_Hz = 0.9f * 385.0f;
-    params.highFrequency_Hz = 1.1f * 880.0f;
-    finder.setProcessingParams(params);
+    finder.setProcessingParams(TranscriptionFrames::chanterBand(PipeTuning()));
 }
 
 PitchFinder::AnalysisResults analyse(PitchFinder& finder, const std::vector<short>& frame)
