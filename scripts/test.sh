@@ -16,7 +16,7 @@ else
   unset PULSE_SERVER PA_DIR
 fi
 cd build
-ctest --output-on-failure --parallel "$(nproc)" --timeout 600
+ctest --output-on-failure --parallel "$(nproc)" --timeout 600 | tee ctest.log
 if [ -n "${PULSE_SERVER:-}" ]; then
   pa_stop
   trap - EXIT
@@ -32,3 +32,9 @@ mkdir -p build-fuzz/corpus build-fuzz/artifacts
 build-fuzz/src/files/fuzz/fuzzKestoFileCmkOpen -max_total_time=60 -max_len=4096 \
   -dict=src/files/fuzz/cmk.dict -artifact_prefix=build-fuzz/artifacts/ \
   build-fuzz/corpus src/files/fuzz/corpus
+
+# ctest's count again as the last line, so it is not lost above the fuzzer's output.
+summary=$(grep -E '^[0-9]+% tests passed, [0-9]+ tests failed out of [0-9]+' build/ctest.log | tail -n 1)
+failed=$(sed -E 's/.* ([0-9]+) tests failed out of ([0-9]+).*/\1/' <<<"$summary")
+total=$(sed -E 's/.* tests failed out of ([0-9]+).*/\1/' <<<"$summary")
+echo "tests: $((total - failed)) passed, $failed failed"
