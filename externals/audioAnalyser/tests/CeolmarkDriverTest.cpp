@@ -2,6 +2,7 @@
 
 #include "Ceolmark.h"
 #include "ChanterSynthesiser.h"
+#include "TestNotes.h"
 #include "TuningFromData.h"
 
 #include <gtest/gtest.h>
@@ -88,9 +89,7 @@ TEST(CeolmarkDriver, TuningIsSearchedUnlessSet)
     EXPECT_NEAR(searched.tuning().lowA_Hz(), sharpLowA_Hz, 0.1f);
 
     Ceolmark fixed;
-    PipeTuning tuning;
-    tuning.setLowA_Hz(450.0f);
-    fixed.setTuning(tuning);
+    fixed.setTuning(harmonicTuning(450.0));
     EXPECT_EQ(fixed.lowA_Hz(), 450.0f);
     fixed.transcribe(samples.data(), unsigned(samples.size()));
     EXPECT_EQ(fixed.tuning().lowA_Hz(), 450.0f);

@@ -1,11 +1,7 @@
 #include "PipeSnacPeakPicker.h"
-#include "ChanterSynthesiser.h"
 #include "PipeTuning.h"
 #include "PitchFinder.h"
 #include "SnacTestCurve.h"
-#include "TestNotes.h"
-#include "TranscriptionFrames.h"
-#include "utils.h"
 
 #include <gtest/gtest.h>
 
@@ -82,24 +78,4 @@ TEST(PipeSnacPeakPicker, HighGTestAndHarmonicConfirmation)
     // does not.
     EXPECT_FLOAT_EQ(pick({{30, 0.95f}, {62, 0.9f}}, 22050, kSize, 0, 63), 22050.0f / 31.0f);
     EXPECT_EQ(pick({{30, 0.95f}, {63, 0.9f}}, 22050, kSize, 0, 63), 0.0f);
-}
-
-TEST(PipeSnacPeakPicker, PicksEveryChanterNoteOfASynthesisedChanter)
-{
-    for (float lowA_Hz : {440.0f, 480.0f}) {
-        const PipeTuning tuning = harmonicTuning(lowA_Hz);
-        PitchFinder finder;
-        PipeSnacPeakPicker picker;
-        TranscriptionFrames::installPeakPicker(finder, picker);
-        TranscriptionFrames::configure(finder, picker, tuning, 44100.0f, 0.9f, 0.3f);
-        for (const auto& note : tuning.getNoteCentreFrequencies()) {
-            SCOPED_TRACE(std::to_string(lowA_Hz) + " " + toString(note.first));
-            const auto tone = ChanterSynthesiser::tone(note.second, 44100, 1024, ChanterSynthesiser::kChanterHarmonics);
-            finder.setData(tone.data());
-            finder.calculatePitch();
-            float centre = 0.0f, cents = 0.0f;
-            EXPECT_EQ(tuning.calculate(finder.analysisResults().pickedFrequency_Hz, centre, cents), note.first);
-            EXPECT_NEAR(cents, 0.0f, 1.0f); // the interpolation bias is far below a cent at 44100 Hz
-        }
-    }
 }
