@@ -100,11 +100,7 @@ void Ceolmark::setLowA_Hz(float lowA_Hz)
 void Ceolmark::reset()
 {
     mLowA_Hz = 440.0f;
-    mNotes.clear();
-    mGraceNotes.clear();
-    mProcessedNotes.clear();
-    mConsolidatedNotes.clear();
-    mGdeRanges.clear();
+    clearStageResults();
     mTuningIsSet = false;
     mFrameNotes.clear();
     mLoweredFrameNotes.clear();
@@ -306,13 +302,18 @@ void Ceolmark::getMelodyNotes()
     mNotes = extractNotes(mFrameNotes, 0.1500001f, 30.0f, framePeriod_s());
 }
 
-void Ceolmark::transcribe()
+void Ceolmark::clearStageResults()
 {
     mNotes.clear();
     mGraceNotes.clear();
     mProcessedNotes.clear();
     mConsolidatedNotes.clear();
     mGdeRanges.clear();
+}
+
+void Ceolmark::transcribe()
+{
+    clearStageResults();
     for (const Stage& stage : stages()) {
         stage.run(*this);
         if (stage.traceLabel)

@@ -158,6 +158,9 @@ public:
     void myOutputNotes(std::string label, const NoteMap& notes);
 
 protected:
+    // Empties what the stages write: melody, gracing, processed, consolidated, G-D-E ranges.
+    void clearStageResults();
+
     float mLowA_Hz = 440.0f;
     PipeTuning mTuning;
     float mSamplingFrequency_Hz = 44100.0f;

@@ -11,8 +11,6 @@
 
 namespace {
 
-void insertNote(NoteMap& notes, const PipeNote& note) { notes.insert({note.start_s(), note}); }
-
 // Moves a note's start and keeps its end.
 void startAt(PipeNote& note, float start_s)
 {

@@ -10,16 +10,6 @@
 
 namespace {
 
-void insertNote(NoteMap& notes, const PipeNote& note) { notes.insert({note.start_s(), note}); }
-
-std::vector<PipeNote> notesOf(const PipeNotePattern::Match& match)
-{
-    std::vector<PipeNote> notes;
-    for (const auto& entry : match.notes)
-        notes.push_back(entry.second);
-    return notes;
-}
-
 PipeNotePattern::Match matchOf(std::initializer_list<PipeNote> notes)
 {
     PipeNotePattern::Match match;
@@ -43,7 +33,7 @@ void Ceolmark::getGdes()
     pattern.items = {PipeNotePattern::Item(HG), PipeNotePattern::Item(low), PipeNotePattern::Item(D),
         PipeNotePattern::Item(low), PipeNotePattern::Item(E), PipeNotePattern::Item(low)};
     for (const PipeNotePattern::Match& match : detectPattern(pattern, true)) {
-        const std::vector<PipeNote> notes = notesOf(match);
+        const std::vector<PipeNote> notes = match.notesInOrder();
         if (notes[1].noteName() != notes[3].noteName() || notes[3].noteName() != notes[5].noteName())
             continue;
         insertNote(mProcessedNotes, renamed(notes[0], gg));
@@ -119,7 +109,7 @@ void Ceolmark::getDoublings()
             // The high G of a doubling on high A comes quickly.
             matches.erase(std::remove_if(matches.begin(), matches.end(),
                               [](const PipeNotePattern::Match& match) {
-                                  const std::vector<PipeNote> notes = notesOf(match);
+                                  const std::vector<PipeNote> notes = match.notesInOrder();
                                   return !(notes[1].start_s() - notes[0].start_s() < 0.2f);
                               }),
                 matches.end());
@@ -135,7 +125,7 @@ void Ceolmark::extractThrd()
     pattern.items
         = {Item(LG, {0.02f, 30.0f}), Item(D, {0.03f, 1.0f}), Item(C, {0.02f, 0.15f}), Item(D, {0.02f, 30.0f})};
     for (const PipeNotePattern::Match& match : detectPattern(pattern, false)) {
-        const std::vector<PipeNote> notes = notesOf(match);
+        const std::vector<PipeNote> notes = match.notesInOrder();
         const PipeNote& a = notes[0];
         const PipeNote& b = notes[1];
         const PipeNote& c = notes[2];
@@ -153,7 +143,7 @@ void Ceolmark::extractThrd()
     pattern.items = {Item(LG, {0.02f, 30.0f}), Item(D, {0.02f, 30.0f})};
     const float centre_Hz = mTuning.getReferenceNoteCentreFrequency_Hz(PipeTuning::D);
     for (const PipeNotePattern::Match& match : detectPattern(pattern, false)) {
-        const std::vector<PipeNote> notes = notesOf(match);
+        const std::vector<PipeNote> notes = match.notesInOrder();
         const PipeNote& a = notes[0];
         const PipeNote& d = notes[1];
         const bool half = a.duration_s() > 0.3f;

@@ -9,22 +9,12 @@
 
 namespace {
 
-void insertNote(NoteMap& notes, const PipeNote& note) { notes.insert({note.start_s(), note}); }
-
 bool hasNameIn(const NoteMap& notes, std::initializer_list<PipeNoteName> names)
 {
     for (const auto& entry : notes)
         if (std::find(names.begin(), names.end(), entry.second.noteName()) != names.end())
             return true;
     return false;
-}
-
-std::vector<PipeNote> notesOf(const PipeNotePattern::Match& match)
-{
-    std::vector<PipeNote> notes;
-    for (const auto& entry : match.notes)
-        notes.push_back(entry.second);
-    return notes;
 }
 
 } // namespace
@@ -145,7 +135,7 @@ void Ceolmark::removeTransitionGraceNotes(const NoteMap& stream, PipeNoteName be
             pattern.items.emplace_back(after);
 
         for (const PipeNotePattern::Match& match : pattern.detect(stream, mNotes, mProcessedNotes, mGdeRanges, false)) {
-            const std::vector<PipeNote> notes = notesOf(match);
+            const std::vector<PipeNote> notes = match.notesInOrder();
             const size_t inner = before != Unknown ? 1 : 0;
             const NoteMap gx = notesStartingAt(mGraceNotes, notes[inner].start_s(), 0.02f);
             const NoteMap gy = notesStartingAt(mGraceNotes, notes[inner + 1].start_s(), 0.02f);
@@ -170,7 +160,7 @@ void Ceolmark::advancedGraceNoteSearch()
     pattern.items
         = {PipeNotePattern::Item(LG), PipeNotePattern::Item(C, TimeRange(0.002f, 0.08f)), PipeNotePattern::Item(LG)};
     for (const PipeNotePattern::Match& match : pattern.detect(c, mNotes, mProcessedNotes, mGdeRanges, false)) {
-        const NoteMap found = notesStartingAt(mGraceNotes, notesOf(match)[1].start_s(), 0.02f);
+        const NoteMap found = notesStartingAt(mGraceNotes, match.notesInOrder()[1].start_s(), 0.02f);
         if (found.empty())
             continue;
         const auto entry = mGraceNotes.lower_bound(found.begin()->second.start_s());
@@ -281,7 +271,7 @@ void Ceolmark::stripCrossingNoises()
     PipeNotePattern pattern(0.2f, 0.15f, 0.005f);
     pattern.items = {PipeNotePattern::Item(high), crossing, PipeNotePattern::Item(LG)};
     for (const PipeNotePattern::Match& match : detectPattern(pattern, false)) {
-        const std::vector<PipeNote> notes = notesOf(match);
+        const std::vector<PipeNote> notes = match.notesInOrder();
         const PipeNote& la = notes[1];
         const PipeNote& lg = notes[2];
         mConsolidatedNotes.erase(la.start_s());
@@ -295,7 +285,7 @@ void Ceolmark::stripCrossingNoises()
     pattern.clear();
     pattern.items = {PipeNotePattern::Item(LG), crossing, PipeNotePattern::Item(high)};
     for (const PipeNotePattern::Match& match : detectPattern(pattern, false)) {
-        const std::vector<PipeNote> notes = notesOf(match);
+        const std::vector<PipeNote> notes = match.notesInOrder();
         const PipeNote& lg = notes[0];
         const PipeNote& la = notes[1];
         mConsolidatedNotes.erase(la.start_s());

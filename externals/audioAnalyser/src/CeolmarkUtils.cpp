@@ -8,11 +8,7 @@
 #include <cfloat>
 #include <cmath>
 
-namespace {
-
 void insertNote(NoteMap& notes, const PipeNote& note) { notes.insert({note.start_s(), note}); }
-
-} // namespace
 
 NoteMap filterByNote(PipeNoteName name, const NoteMap& notes)
 {

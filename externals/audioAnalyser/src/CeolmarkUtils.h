@@ -16,6 +16,9 @@
 
 // Selection: a new map, the input untouched.
 // Notes of that name, keys kept.
+// Adds note to notes under its start time.
+void insertNote(NoteMap& notes, const PipeNote& note);
+
 NoteMap filterByNote(PipeNoteName name, const NoteMap& notes);
 // Notes whose duration lies in [min_s, max_s).
 NoteMap filterByDuration(const NoteMap& notes, float min_s, float max_s);

@@ -23,6 +23,14 @@ TimeRange PipeNotePattern::Match::getRange() const
     return TimeRange(notes.begin()->second.start_s(), notes.rbegin()->second.start_s());
 }
 
+std::vector<PipeNote> PipeNotePattern::Match::notesInOrder() const
+{
+    std::vector<PipeNote> inOrder;
+    for (const auto& entry : notes)
+        inOrder.push_back(entry.second);
+    return inOrder;
+}
+
 PipeNotePattern::PipeNotePattern(float maxNoteDuration_s, float joinTolerance_s, float overlapTolerance_s)
     : maxNoteDuration_s(maxNoteDuration_s)
     , joinTolerance_s(joinTolerance_s)

@@ -35,6 +35,8 @@ public:
 
         // From the first note's start to the last note's start; (-1, -1) when empty.
         TimeRange getRange() const;
+        // The matched notes in time order.
+        std::vector<PipeNote> notesInOrder() const;
 
         NoteMap notes;
     };

@@ -68,11 +68,7 @@ bool ProgressiveCeolmark::progressiveTranscribe(const short* samples, unsigned i
 
 void ProgressiveCeolmark::retranscribe()
 {
-    mNotes.clear();
-    mGraceNotes.clear();
-    mProcessedNotes.clear();
-    mConsolidatedNotes.clear();
-    mGdeRanges.clear();
+    clearStageResults();
     mFrameNotes.clear();
     mLoweredFrameNotes.clear();
     mPickedFrameNotes.clear();
