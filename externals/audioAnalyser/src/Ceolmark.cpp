@@ -6,11 +6,11 @@
 #include "PitchFinder.h"
 #include "TranscriptionFrames.h"
 #include "TuningFromData.h"
+#include "VolumeGate.h"
 
 #include <QDebug>
 
 #include <algorithm>
-#include <array>
 #include <thread>
 
 namespace {
@@ -276,15 +276,10 @@ void Ceolmark::calculateNotes()
     const float lowA_Hz = mTuning.lowA_Hz();
     lowered.setLowA_Hz(lowA_Hz - lowA_Hz * 0.022727272727272728);
 
-    std::array<float, 10> ring{};
+    VolumeGate gate(mMinimumVolume_normalized);
     float centre_Hz = 0.0f, cents = 0.0f;
     for (size_t i = 0; i < frames; ++i) {
-        ring[i % ring.size()] = mVolumes[i];
-        float sum = 0.0f;
-        for (float volume : ring)
-            sum += volume;
-        const float average = sum / 10.0f;
-        if (i > 9 && !(average > mMinimumVolume_normalized)) {
+        if (!gate.pass(mVolumes[i])) {
             mFrameNotes[i] = PipeTuning::Unknown;
             mLoweredFrameNotes[i] = PipeTuning::Unknown;
             mPickedFrameNotes[i] = PipeTuning::Unknown;

@@ -2,8 +2,8 @@
 
 #include "PitchFinder.h"
 #include "TranscriptionFrames.h"
+#include "VolumeGate.h"
 
-#include <array>
 #include <map>
 
 PipeTuning calculateTuningFromFrequencies(float lowA_Hz, float minimumVolume, const std::vector<float>& frequencies,
@@ -14,18 +14,13 @@ PipeTuning calculateTuningFromFrequencies(float lowA_Hz, float minimumVolume, co
     if (frequencies.size() != qualities.size() || frequencies.size() != volumes.size())
         return result;
 
-    std::array<float, 10> ring{};
+    VolumeGate gate(minimumVolume);
     PipeTuning::ReferenceNote lastNote = PipeTuning::Unknown;
     int runLength = 0;
     std::map<PipeTuning::ReferenceNote, double> sums;
     std::map<PipeTuning::ReferenceNote, int> counts;
     for (size_t i = 0; i < frequencies.size(); ++i) {
-        ring[i % ring.size()] = volumes[i];
-        float sum = 0.0f;
-        for (float volume : ring)
-            sum += volume;
-        const float mean = sum / 10.0f;
-        if (i > 9 && !(mean > minimumVolume))
+        if (!gate.pass(volumes[i]))
             continue;
         if (!(qualities[i] > 0.98f)) {
             lastNote = PipeTuning::Unknown;
