@@ -171,12 +171,6 @@ BENCHMARK(transcribeRecording)->Unit(benchmark::kSecond)->Iterations(1);
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    RatioReporter reporter(std::vector<std::pair<std::string, std::string>>{
-        {"transcribeRecording/iterations:1", "recordingFrameAnalysis/iterations:1"}});
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return RatioReporter::runAll(
+        argc, argv, {{"transcribeRecording/iterations:1", "recordingFrameAnalysis/iterations:1"}});
 }

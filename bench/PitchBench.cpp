@@ -92,13 +92,4 @@ void frameAnalysis(benchmark::State& state)
 BENCHMARK(fftFloor);
 BENCHMARK(frameAnalysis);
 
-int main(int argc, char** argv)
-{
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    RatioReporter reporter(std::vector<std::pair<std::string, std::string>>{{"frameAnalysis", "fftFloor"}});
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return RatioReporter::runAll(argc, argv, {{"frameAnalysis", "fftFloor"}}); }

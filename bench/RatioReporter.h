@@ -18,6 +18,19 @@ public:
     {
     }
 
+    // The whole of a benchmark program's main: reads the command line, runs the selected
+    // cases and reports them with these ratios. Returns main's exit code.
+    static int runAll(int argc, char** argv, std::vector<std::pair<std::string, std::string>> casesAndFloors)
+    {
+        benchmark::Initialize(&argc, argv);
+        if (benchmark::ReportUnrecognizedArguments(argc, argv))
+            return 1;
+        RatioReporter reporter(std::move(casesAndFloors));
+        benchmark::RunSpecifiedBenchmarks(&reporter);
+        benchmark::Shutdown();
+        return 0;
+    }
+
     void ReportRuns(const std::vector<Run>& runs) override
     {
         ConsoleReporter::ReportRuns(runs);

@@ -9,7 +9,6 @@
 
 #include <benchmark/benchmark.h>
 
-
 namespace {
 
 constexpr float kTempo = 80.0f;
@@ -80,11 +79,6 @@ BENCHMARK(writeBww)->Arg(180);
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    RatioReporter reporter({{"quantizeTune/180", "quantizerFloor/180"}, {"writeBww/180", "quantizerFloor/180"}});
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return RatioReporter::runAll(
+        argc, argv, {{"quantizeTune/180", "quantizerFloor/180"}, {"writeBww/180", "quantizerFloor/180"}});
 }

@@ -139,14 +139,11 @@ BENCHMARK(fftFloor60s)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
     // The tune is made before the first measurement.
     benchmark::DoNotOptimize(samples().size());
-    RatioReporter reporter({{"transcribe60s/threads:1/process_time/real_time", "fftFloor60s/real_time"},
-        {"frameAnalysis60s/threads:1/process_time/real_time", "fftFloor60s/real_time"},
-        {"frameAnalysis60s/threads:1/process_time/real_time", "transcribe60s/threads:1/process_time/real_time"},
-        {"stages60s/real_time", "transcribe60s/threads:1/process_time/real_time"}});
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return RatioReporter::runAll(argc, argv,
+        {{"transcribe60s/threads:1/process_time/real_time", "fftFloor60s/real_time"},
+            {"frameAnalysis60s/threads:1/process_time/real_time", "fftFloor60s/real_time"},
+            {"frameAnalysis60s/threads:1/process_time/real_time", "transcribe60s/threads:1/process_time/real_time"},
+            {"stages60s/real_time", "transcribe60s/threads:1/process_time/real_time"}});
 }

@@ -140,11 +140,5 @@ int main(int argc, char** argv)
     // Pixmaps need a GUI application; a benchmark never shows a window.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    RatioReporter reporter({{"oneRow", "oneRowFloor"}, {"fullRedraw", "fullRedrawFloor"}});
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
+    return RatioReporter::runAll(argc, argv, {{"oneRow", "oneRowFloor"}, {"fullRedraw", "fullRedrawFloor"}});
 }
