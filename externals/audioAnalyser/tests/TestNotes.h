@@ -44,15 +44,19 @@ inline const PipeNote& noteOf(const PipeNote& note) { return note; }
 inline const PipeNote& noteOf(const NoteMap::value_type& entry) { return entry.second; }
 
 // "LA@0.5+0.25 D@..." in key order, the form notesOf reads: seven significant digits show
-// a float to about 1e-7 s.
+// a float to about 1e-7 s. A key that is not the note's start is shown as "[key 1.5]".
 inline std::string describe(const NoteMap& map)
 {
     std::string text;
     for (const auto& entry : map) {
-        char buffer[64];
+        char buffer[96];
         std::snprintf(buffer, sizeof buffer, "%s%s@%.7g+%.7g", text.empty() ? "" : " ",
             toString(entry.second.noteName()).c_str(), entry.second.start_s(), entry.second.duration_s());
         text += buffer;
+        if (entry.first != entry.second.start_s()) {
+            std::snprintf(buffer, sizeof buffer, "[key %.7g]", entry.first);
+            text += buffer;
+        }
     }
     return text;
 }
