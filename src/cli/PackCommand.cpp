@@ -13,9 +13,6 @@
 
 namespace {
 
-// The version number the application writes into the files it makes.
-const int kApplicationVersion = 8;
-
 // Reproducible builds set SOURCE_DATE_EPOCH, so that a packed example is the same file each time.
 QString creationTime()
 {
@@ -89,9 +86,9 @@ int runPackCommand(const QStringList& arguments)
     cmk.setRecordingFrequency_Hz(reader.sampleRate_Hz());
 
     const QString now = creationTime();
-    cmk.setRecordedAppVersion(kApplicationVersion);
+    cmk.setRecordedAppVersion(KestoFileCmk::kApplicationVersion);
     cmk.setRecordedTime(now);
-    cmk.setAppVersion(kApplicationVersion);
+    cmk.setAppVersion(KestoFileCmk::kApplicationVersion);
     cmk.setFileCreationTime(now);
     if (!cmk.save(outPath, error))
         return CommandLine::fail(command, outPath + ": " + error, CommandLine::OutputFailed);

@@ -19,6 +19,10 @@ extern const QString cmkFileId;
 // and a message, never by an exception. Not shared between threads: each caller keeps its own.
 class KestoFileCmk {
 public:
+    // The version number that this program writes as the recording's and the file's app
+    // version. Readers take 0 to mean "not from a file", so it is never 0.
+    static constexpr int kApplicationVersion = 8;
+
     KestoFileCmk() = default;
 
     const QByteArray& audioData() const { return mAudioData; }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "UserPrompts.h"
+
+// The real dialogs.
+class DialogPrompts : public UserPrompts {
+public:
+    void warning(QWidget* parent, const QString& title, const QString& text) override;
+    QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter,
+        QString* selectedFilter) override;
+    QString getOpenFileName(
+        QWidget* parent, const QString& caption, const QString& dir, const QString& filter) override;
+};
