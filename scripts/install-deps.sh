@@ -9,7 +9,8 @@ packages=(build-essential cmake ninja-build pkg-config
   libkissfft-dev libsndfile1-dev libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core)
 if [ "${1:-}" = "--test" ]; then
-  packages+=(musescore3 pulseaudio pulseaudio-utils clang libclang-rt-14-dev xvfb xauth)
+  packages+=(musescore3 pulseaudio pulseaudio-utils clang libclang-rt-14-dev xvfb xauth xdotool libx11-dev
+    imagemagick)
 fi
 missing=()
 for p in "${packages[@]}"; do

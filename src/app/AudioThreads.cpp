@@ -40,8 +40,8 @@ void AudioThreads::start()
 {
     mRecorderWrapper->moveToThread(mRecordingThread.get());
     mRecordingThread->start(QThread::InheritPriority);
-    if (mMode == Mode::Devices)
-        mRecorderWrapper->initialise();
+    // Makes the recorder object only; the device opens when the window starts the capture.
+    mRecorderWrapper->initialise();
 
     mProcessorWrapper->moveToThread(mProcessingThread.get());
     mProcessingThread->start(QThread::InheritPriority);

@@ -13,8 +13,9 @@ class AudioProcessor;
 // joins them once, with a deadline: a worker stuck in a device call must not hold the
 // program open, so a thread that misses it is let go rather than destroyed while running.
 //
-// Threads: interface thread only. With Mode::NoDevices the recorder is never made, so no
-// audio device is opened, ever (for tests and machines without sound); the processor runs.
+// Threads: interface thread only. With Mode::NoDevices the window never starts the capture,
+// so no audio device is opened, ever (for tests and machines without sound): the recorder
+// exists but receives only what a test hands it, and the processor runs.
 class AudioThreads {
 public:
     enum class Mode {

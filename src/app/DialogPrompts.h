@@ -10,4 +10,7 @@ public:
         QString* selectedFilter) override;
     QString getOpenFileName(
         QWidget* parent, const QString& caption, const QString& dir, const QString& filter) override;
+    bool editSettings(QWidget* parent, AppSettings& settings) override;
+    bool editTuneDetails(QWidget* parent, AppSettings& settings) override;
+    void playAudio(QWidget* parent, int sampleRate_Hz, const QString& device, const QByteArray& audio) override;
 };

@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "AppFolder.h"
 #include "AudioProcessor.h"
 #include "AudioRecorder.h"
 #include "DialogPrompts.h"
@@ -16,11 +17,13 @@
 #include <QDir>
 #include <QDockWidget>
 #include <QDoubleSpinBox>
+#include <QFile>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QProgressBar>
+#include <QProgressDialog>
 #include <QScrollArea>
 #include <QSettings>
 #include <QSpinBox>
@@ -28,8 +31,6 @@
 #include <QToolBar>
 
 namespace {
-// Samples in a batch of the recorder and in a frame of the meter path.
-constexpr int kFrameSize = 2048;
 // The state version of restoreState/saveState: a stored layout of another version is ignored.
 constexpr int kStateVersion = 1;
 // After construction, the rest of the start-up runs once the event loop is going.
@@ -79,10 +80,26 @@ MainWindow::MainWindow(AudioThreads::Mode audioMode)
 
     connectActions();
 
+    mCalibrationDialog = new QProgressDialog("Calibrating", "Cancel", 0, 0, this);
+    mCalibrationDialog->setObjectName("calibrationDialog");
+    mCalibrationDialog->setWindowModality(Qt::WindowModal);
+    mCalibrationDialog->setWindowTitle("Calibration of chanter notes");
+    mCalibrationDialog->setMinimumWidth(400);
+    mCalibrationDialog->setBar(new QProgressBar(mCalibrationDialog));
+    mCalibrationDialog->setAutoReset(false);
+    mCalibrationDialog->reset();
+
+    qInfo().noquote() << "Application folder:" << AppFolder::path();
+    for (const QString& name : AppFolder::missing(AppFolder::path()))
+        qWarning().noquote() << "Not found beside the program:" << AppFolder::file(name);
+    QFile terms(AppFolder::file("terms-of-use.txt"));
+    if (terms.open(QIODevice::ReadOnly | QIODevice::Text))
+        mTermsOfUse = QString::fromUtf8(terms.readAll());
+
     mClickLabelTimer.setInterval(100);
     if (audioMode == AudioThreads::Mode::Devices) {
         // A missing file leaves the metronome silent; the beat indicator still flashes.
-        const QString soundsDir = QCoreApplication::applicationDirPath() + "/sounds/";
+        const QString soundsDir = AppFolder::file("sounds/");
         mClick1.reset(new QSoundEffect);
         mClick2.reset(new QSoundEffect);
         mClick1->setSource(QUrl::fromLocalFile(soundsDir + "click1.wav"));
@@ -133,6 +150,17 @@ void MainWindow::buildActions()
     zoomGroup->addAction(mZoom100Action);
     zoomGroup->addAction(mZoom50Action);
     mExitAction = makeAction(this, "exit", "E&xit", ":/exit.png", "Ctrl+Q");
+    mPlayAudioAction = makeAction(this, "playAudio", "Play &audio", ":/play.png", "Ctrl+a");
+    mOpenAutosaveAction = makeAction(this, "openAutosave", "&Open autosave...", ":/openAutosave.png", "Ctrl+O");
+    mOpenAction = makeAction(this, "open", "&Open...", ":/open.png", "Shift+Ctrl+O");
+    mOpenExampleAction = makeAction(this, "openExample", "&Open example...", ":/openExample.png");
+    mSaveAsAction = makeAction(this, "saveAs", "&Save as...", ":/saveAs.png", "Ctrl+S");
+    mCalibrateAction = makeAction(this, "calibrate", "Calibrate chanter notes...", ":/calibrate.png");
+    mCalibrateAction->setToolTip("Play the scale to teach Ceolmark your chanter's tuning");
+    mSettingsAction = makeAction(this, "settings", "&Settings...", ":/settings.png");
+    mTuneDetailsAction = makeAction(this, "tuneDetails", "&Tune details...", ":/tuneDetails.png");
+    mHelpAction = makeAction(this, "help", "&Help", ":/help.png", "F1");
+    mAboutAction = makeAction(this, "about", "&About Ceolmark", ":/about.png");
 }
 
 void MainWindow::buildToolBarAndMenus()
@@ -140,12 +168,11 @@ void MainWindow::buildToolBarAndMenus()
     QToolBar* toolBar = addToolBar("Tool bar");
     toolBar->setObjectName("mainToolBar");
     toolBar->setMovable(false);
-    toolBar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
     toolBar->setIconSize(QSize(24, 24));
-    toolBar->addAction(mRecordAction);
-    toolBar->addAction(mStopAction);
-    toolBar->addAction(mRetranscribeAction);
-    toolBar->addAction(mClearAction);
+    toolBar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    for (QAction* action : {mRecordAction, mStopAction, mPlayAudioAction, mRetranscribeAction, mClearAction,
+             mOpenAutosaveAction, mOpenAction, mOpenExampleAction, mSaveAsAction})
+        toolBar->addAction(action);
     toolBar->addSeparator();
 
     // The tune controls: how the notes are put into bars.
@@ -185,21 +212,33 @@ void MainWindow::buildToolBarAndMenus()
     addLabelled("Time Shift:", mTimeShiftBox);
 
     QMenu* fileMenu = menuBar()->addMenu("&File");
+    fileMenu->addAction(mOpenAction);
+    fileMenu->addAction(mOpenAutosaveAction);
+    fileMenu->addAction(mOpenExampleAction);
+    fileMenu->addAction(mSaveAsAction);
+    fileMenu->addSeparator();
     fileMenu->addAction(mExitAction);
     QMenu* tuneMenu = menuBar()->addMenu("&Tune");
     tuneMenu->addAction(mRecordAction);
     tuneMenu->addAction(mStopAction);
+    tuneMenu->addAction(mPlayAudioAction);
     tuneMenu->addSeparator();
     tuneMenu->addAction(mRetranscribeAction);
     tuneMenu->addAction(mClearAction);
-    menuBar()->addMenu("T&ools")->setObjectName("toolsMenu");
+    tuneMenu->addSeparator();
+    tuneMenu->addAction(mTuneDetailsAction);
+    QMenu* toolsMenu = menuBar()->addMenu("T&ools");
+    toolsMenu->addAction(mCalibrateAction);
+    toolsMenu->addAction(mSettingsAction);
     QMenu* viewMenu = menuBar()->addMenu("&View");
     viewMenu->addAction(mZoom100Action);
     viewMenu->addAction(mZoom50Action);
     viewMenu->addSeparator();
     viewMenu->addAction(mScoreDock->toggleViewAction());
     viewMenu->addAction(mTimingDock->toggleViewAction());
-    menuBar()->addMenu("&Help")->setObjectName("helpMenu");
+    QMenu* helpMenu = menuBar()->addMenu("&Help");
+    helpMenu->addAction(mHelpAction);
+    helpMenu->addAction(mAboutAction);
 }
 
 void MainWindow::buildViews()
@@ -274,6 +313,17 @@ void MainWindow::connectActions()
     connect(mZoom100Action, &QAction::triggered, this, &MainWindow::onZoom100);
     connect(mZoom50Action, &QAction::triggered, this, &MainWindow::onZoom50);
     connect(mExitAction, &QAction::triggered, this, &QWidget::close);
+    connect(mPlayAudioAction, &QAction::triggered, this, &MainWindow::onStartAudioPlayback);
+    connect(mOpenAutosaveAction, &QAction::triggered, this, &MainWindow::onOpenAutosave);
+    connect(mOpenAction, &QAction::triggered, this, &MainWindow::onOpen);
+    connect(mOpenExampleAction, &QAction::triggered, this, &MainWindow::onOpenExample);
+    connect(mSaveAsAction, &QAction::triggered, this, &MainWindow::onSaveAs);
+    connect(mCalibrateAction, &QAction::triggered, this, &MainWindow::onCalibrate);
+    connect(mSettingsAction, &QAction::triggered, this, &MainWindow::onSettings);
+    connect(mTuneDetailsAction, &QAction::triggered, this, &MainWindow::onTuneDetails);
+    connect(mHelpAction, &QAction::triggered, this, &MainWindow::onHelp);
+    connect(mAboutAction, &QAction::triggered, this, &MainWindow::onAbout);
+    connect(&mCalibrationTimer, &QTimer::timeout, this, &MainWindow::onCalibrationTimer);
     connect(&mClickTimer, &QTimer::timeout, this, &MainWindow::onClickTimer);
     connect(&mClickLabelTimer, &QTimer::timeout, this, &MainWindow::onClickLabelTimer);
     connect(mTimeSignatureBox, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
@@ -375,12 +425,10 @@ void MainWindow::initProcessing()
         return;
     processor->setAudioRecorder(mAudio.recorderWrapper().recorder());
     processor->setTuning(mSettings.tuning);
-    processor->setDataParams(PitchFinder::DataParams(kFrameSize, uint32_t(mSettings.recordingFrequency_Hz)));
-    // No window, no band-pass, the whole band: fixed, they do not follow the recording rate.
-    PitchFinder::ProcessingParams params;
-    params.lowFrequency_Hz = 1.0f;
-    params.highFrequency_Hz = 44100.0f;
-    processor->setParams(params);
+    // The pitch between recordings, for the meter and the calibration: fixed parameters,
+    // the same that ceolmark-cli calibrate uses.
+    processor->setDataParams(ChanterCalibration::meterDataParams(uint32_t(mSettings.recordingFrequency_Hz)));
+    processor->setParams(ChanterCalibration::meterProcessingParams());
     // A float: the percentage over 100 in integers would be 0 and switch the gate off.
     processor->setMinimumVolume_normalized(mSettings.volumeCutoff_percent / 100.0f);
     processor->setTranscribeInterval_s(1.0f / mSettings.scoreRefreshRate_Hz);
@@ -390,7 +438,9 @@ void MainWindow::initProcessing()
 
 void MainWindow::setActionStates(bool busy)
 {
-    for (QAction* action : {mRecordAction, mRetranscribeAction, mClearAction, mZoom100Action, mZoom50Action})
+    for (QAction* action : {mRecordAction, mCalibrateAction, mZoom100Action, mZoom50Action, mSettingsAction,
+             mTuneDetailsAction, mHelpAction, mAboutAction, mSaveAsAction, mOpenAction, mOpenExampleAction,
+             mOpenAutosaveAction, mPlayAudioAction, mRetranscribeAction, mClearAction})
         action->setEnabled(!busy);
     for (QWidget* control : std::initializer_list<QWidget*>{mBpmBox, mTimeSignatureBox, mRoundBox, mTimeShiftBox})
         control->setEnabled(!busy);

@@ -2,6 +2,7 @@
 
 #include "AppSettings.h"
 #include "AudioThreads.h"
+#include "CalibrationSequence.h"
 #include "MetreDefaults.h"
 #include "Metronome.h"
 #include "RefreshThrottle.h"
@@ -28,6 +29,7 @@ class QDockWidget;
 class QDoubleSpinBox;
 class QLabel;
 class QProgressBar;
+class QProgressDialog;
 class QScrollArea;
 class QSpinBox;
 class UserPrompts;
@@ -52,7 +54,20 @@ public:
     // Not owned; must outlive the window.
     void setPrompts(UserPrompts* prompts);
 
+    // Samples in a batch of the recorder, a frame of the pitch results between recordings.
+    static constexpr int kFrameSize = int(ChanterCalibration::kMeterFrame_samples);
+
+    // The five forms of "Save as...", in the order offered.
+    static const QString cmkFilter;
+    static const QString bwwFilter;
+    static const QString pngScoreFilter;
+    static const QString pngTimingFilter;
+    static const QString wavFilter;
+
     const AppSettings& settings() const { return mSettings; }
+    // The worker threads, for tests and measuring programs that feed or watch the engine.
+    AudioThreads& audioThreads() { return mAudio; }
+    CalibrationSequence::State calibrationState() const { return mCalibration.state(); }
     const TuneViewComposer& views() const { return mComposer; }
     const QByteArray& currentRecording() const { return mCurrentRecording; }
     bool isRecording() const { return mRecording; }
@@ -70,6 +85,17 @@ public:
     // Keeps the last finished recording in the autosave folder, rotating out the oldest.
     void autosave();
     void setCalibratedTuning(const PipeTuning& tuning);
+    // Opens a recording and transcribes it again. A file that can't be read, holds no audio
+    // or was recorded at another rate changes nothing: false, after a warning.
+    bool openCmk(const QString& path, bool rememberPath);
+    // The writers of "Save as...": false after a warning if the file can't be written.
+    bool saveBww(const QString& name);
+    bool saveWav(const QString& name);
+    bool saveScorePng(const QString& name);
+    bool saveTimingPng(const QString& name);
+    // The tune's name without punctuation in the folder last saved to; the stored tune name
+    // loses its punctuation too.
+    QString getSuggestedFileName();
 
 signals:
     // The views were drawn from the result at audio time time_s.
@@ -97,6 +123,17 @@ public slots:
     void onClickTimer();
     void onClickLabelTimer();
     void onInternalError(QString details);
+    void onCalibrate();
+    void onCalibrationTimer();
+    void onOpen();
+    void onOpenAutosave();
+    void onOpenExample();
+    void onSaveAs();
+    void onTuneDetails();
+    void onSettings();
+    void onStartAudioPlayback();
+    void onHelp(bool checked = false);
+    void onAbout(bool checked = false);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -128,6 +165,7 @@ private:
     void redrawFromLastResult();
     void scheduleIdleRedraw();
     void restartCaptureIfSilent();
+    bool reportSave(bool saved, const QString& error);
 
     // The metronome, in MainWindowMetronome.cpp.
     void setBeatInterval();
@@ -149,6 +187,16 @@ private:
     QAction* mZoom100Action = nullptr;
     QAction* mZoom50Action = nullptr;
     QAction* mExitAction = nullptr;
+    QAction* mPlayAudioAction = nullptr;
+    QAction* mOpenAutosaveAction = nullptr;
+    QAction* mOpenAction = nullptr;
+    QAction* mOpenExampleAction = nullptr;
+    QAction* mSaveAsAction = nullptr;
+    QAction* mCalibrateAction = nullptr;
+    QAction* mSettingsAction = nullptr;
+    QAction* mTuneDetailsAction = nullptr;
+    QAction* mHelpAction = nullptr;
+    QAction* mAboutAction = nullptr;
     QSpinBox* mBpmBox = nullptr;
     QComboBox* mTimeSignatureBox = nullptr;
     QCheckBox* mRoundBox = nullptr;
@@ -188,6 +236,14 @@ private:
     QTimer mIdleRedrawTimer;
     // Since the last audio from the input, to notice a device that has gone.
     QElapsedTimer mSinceLiveData;
+
+    // The calibration.
+    CalibrationSequence mCalibration;
+    QProgressDialog* mCalibrationDialog = nullptr;
+    QTimer mCalibrationTimer;
+
+    // Shown by the about box, read at start.
+    QString mTermsOfUse;
 
     // The metronome.
     Metronome mMetronome;

@@ -149,6 +149,7 @@ void MainWindow::onDataProcessed(PitchFinder::AnalysisResults results)
 {
     mSinceLiveData.start();
     updateVolumeBar(results.level);
+    mCalibration.add(results);
 }
 
 void MainWindow::updateVolumeBar(float level)
@@ -294,7 +295,7 @@ void MainWindow::restartCaptureIfSilent()
     if (mAudio.mode() != AudioThreads::Mode::Devices || mSinceLiveData.elapsed() < kSilentInput_ms)
         return;
     qWarning() << "No audio from the input for" << mSinceLiveData.elapsed() << "ms: starting the capture again";
-    mAudio.recorderWrapper().start(mSettings.audioDevice, mSettings.recordingFrequency_Hz, 2048);
+    mAudio.recorderWrapper().start(mSettings.audioDevice, mSettings.recordingFrequency_Hz, kFrameSize);
     mSinceLiveData.start();
 }
 

@@ -1,9 +1,6 @@
-#include "MainWindow.h"
+#include "WindowFixture.h"
 
-#include "AppSettings.h"
-#include "ChanterSynthesiser.h"
 #include "KestoFileCmk.h"
-#include "UserPrompts.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -19,90 +16,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-constexpr int kRate_Hz = 44100;
-
-// Answers every dialog at once and remembers what was asked.
-class FakePrompts : public UserPrompts {
-public:
-    QStringList warnings;
-    int saveDialogs = 0;
-    QString saveAnswer;
-
-    void warning(QWidget*, const QString& title, const QString&) override { warnings << title; }
-    QString getSaveFileName(QWidget*, const QString&, const QString&, const QString&, QString*) override
-    {
-        ++saveDialogs;
-        return saveAnswer;
-    }
-    QString getOpenFileName(QWidget*, const QString&, const QString&, const QString&) override { return {}; }
-};
-
-void clearStore()
-{
-    QSettings store;
-    store.clear();
-    store.sync();
-}
-
-// A short tune on a chanter with low A at 440 Hz, as the device would deliver it.
-QByteArray tuneAudio()
-{
-    ChanterSynthesiser piper(kRate_Hz);
-    const std::pair<PipeNoteName, double> phrase[] = {{LA, 0.6}, {B, 0.6}, {C, 0.6}, {E, 0.6}, {D, 0.6}, {C, 0.6},
-        {B, 0.6}, {LA, 0.6}, {HA, 0.6}, {F, 0.6}, {E, 0.6}, {LA, 1.2}};
-    for (const auto& note : phrase)
-        piper.play(note.first, note.second);
-    piper.rest(1.0);
-    const std::vector<short> samples = piper.render();
-    return QByteArray(reinterpret_cast<const char*>(samples.data()), int(samples.size() * sizeof(short)));
-}
-
-int itemsDrawn(const MainWindow& window)
-{
-    int count = 0;
-    for (const PipeTuneModel::Part& part : window.views().lastDrawnModel().parts)
-        for (const PipeTuneModel::Bar& bar : part.bars)
-            count += int(bar.items.size());
-    return count;
-}
-
-class MainWindowTest : public ::testing::Test {
-protected:
-    void SetUp() override { clearStore(); }
-
-    // A window without audio devices, shown, with the test's dialogs and a 440 Hz chanter.
-    std::unique_ptr<MainWindow> makeWindow()
-    {
-        auto window = std::make_unique<MainWindow>(AudioThreads::Mode::NoDevices);
-        window->setPrompts(&prompts);
-        window->setCalibratedTuning(PipeTuning());
-        window->show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-        return window;
-    }
-
-    // Replays audio through the real processor and waits for the end of the replay.
-    void replay(MainWindow& window, const QByteArray& audio)
-    {
-        QTRY_VERIFY_WITH_TIMEOUT(window.findChild<QAction*>("record")->isEnabled(), 5000);
-        // The processor comes up on its own thread.
-        QTRY_VERIFY_WITH_TIMEOUT(window.isReplaying() || (window.playbackData(audio), window.isReplaying()), 5000);
-        QTRY_VERIFY_WITH_TIMEOUT(!window.isReplaying(), 60000);
-    }
-
-    template <typename T> T* child(MainWindow& window, const char* name)
-    {
-        T* found = window.findChild<T*>(name);
-        EXPECT_NE(found, nullptr) << name;
-        return found;
-    }
-
-    FakePrompts prompts;
-};
-
-TEST_F(MainWindowTest, FirstStartShowsTheViewsTabbedAndTheDefaultTune)
+TEST_F(WindowTest, FirstStartShowsTheViewsTabbedAndTheDefaultTune)
 {
     MainWindow window(AudioThreads::Mode::NoDevices);
     window.show();
@@ -118,7 +32,7 @@ TEST_F(MainWindowTest, FirstStartShowsTheViewsTabbedAndTheDefaultTune)
     EXPECT_EQ(QApplication::focusWidget(), child<QSpinBox>(window, "bpm"));
 }
 
-TEST_F(MainWindowTest, StoredSettingsComeBackAndAnUnknownTimeSignatureFallsToTheFirst)
+TEST_F(WindowTest, StoredSettingsComeBackAndAnUnknownTimeSignatureFallsToTheFirst)
 {
     {
         QSettings store;
@@ -132,7 +46,7 @@ TEST_F(MainWindowTest, StoredSettingsComeBackAndAnUnknownTimeSignatureFallsToThe
     EXPECT_TRUE(child<QAction>(window, "zoom50")->isChecked());
 }
 
-TEST_F(MainWindowTest, ClosingSavesTheSettings)
+TEST_F(WindowTest, ClosingSavesTheSettings)
 {
     {
         MainWindow window(AudioThreads::Mode::NoDevices);
@@ -148,7 +62,7 @@ TEST_F(MainWindowTest, ClosingSavesTheSettings)
 
 // Which actions and controls each state enables: Idle everything but Stop, Recording and
 // Replaying only Stop.
-TEST_F(MainWindowTest, EachStateEnablesItsActions)
+TEST_F(WindowTest, EachStateEnablesItsActions)
 {
     auto window = makeWindow();
     const char* idleOnly[] = {"record", "retranscribe", "clear", "zoom100", "zoom50"};
@@ -179,7 +93,7 @@ TEST_F(MainWindowTest, EachStateEnablesItsActions)
 
 // With the focus on the BPM box, space records; during the recording the box is disabled
 // and the window has the focus, and space stops.
-TEST_F(MainWindowTest, SpaceKeyRecordsAndStops)
+TEST_F(WindowTest, SpaceKeyRecordsAndStops)
 {
     auto window = makeWindow();
     QSpinBox* bpm = child<QSpinBox>(*window, "bpm");
@@ -194,7 +108,7 @@ TEST_F(MainWindowTest, SpaceKeyRecordsAndStops)
 
 // A replay draws the tune; Clear empties the views and keeps the recording, so that
 // Re-transcribe draws the same tune again.
-TEST_F(MainWindowTest, ReplayClearAndRetranscribe)
+TEST_F(WindowTest, ReplayClearAndRetranscribe)
 {
     auto window = makeWindow();
     child<QAction>(*window, "retranscribe")->trigger();
@@ -219,7 +133,7 @@ TEST_F(MainWindowTest, ReplayClearAndRetranscribe)
 
 // Results come every 0.1 s of audio and are drawn twice a second; in Idle a change of tempo
 // redraws at once from the last result.
-TEST_F(MainWindowTest, ResultsAreDrawnAtTheRefreshRateAndATempoChangeRedrawsInIdle)
+TEST_F(WindowTest, ResultsAreDrawnAtTheRefreshRateAndATempoChangeRedrawsInIdle)
 {
     auto window = makeWindow();
     QSignalSpy drawn(window.get(), &MainWindow::viewsRefreshed);
@@ -246,7 +160,7 @@ TEST_F(MainWindowTest, ResultsAreDrawnAtTheRefreshRateAndATempoChangeRedrawsInId
 }
 
 // A hidden view is skipped by the refreshes and catches up when it is shown.
-TEST_F(MainWindowTest, AHiddenViewCatchesUpWhenShown)
+TEST_F(WindowTest, AHiddenViewCatchesUpWhenShown)
 {
     auto window = makeWindow();
     QDockWidget* score = child<QDockWidget>(*window, "scoreDock");
@@ -264,7 +178,7 @@ TEST_F(MainWindowTest, AHiddenViewCatchesUpWhenShown)
 
 // An internal error stops the recording, offers the dump once and closes the window; a
 // second error is ignored.
-TEST_F(MainWindowTest, InternalErrorOffersTheDumpOnce)
+TEST_F(WindowTest, InternalErrorOffersTheDumpOnce)
 {
     auto window = makeWindow();
     const QByteArray audio = tuneAudio();
@@ -284,7 +198,7 @@ TEST_F(MainWindowTest, InternalErrorOffersTheDumpOnce)
 
 // Record keeps the previous recording in the autosave folder; a recording that came from a
 // replay of its own is saved once, and the folder that cannot be made loses nothing else.
-TEST_F(MainWindowTest, RecordAutosavesThePreviousRecording)
+TEST_F(WindowTest, RecordAutosavesThePreviousRecording)
 {
     const QString folder = QDir::home().filePath("autosave-test");
     QDir(folder).removeRecursively();
@@ -306,5 +220,3 @@ TEST_F(MainWindowTest, RecordAutosavesThePreviousRecording)
     EXPECT_FLOAT_EQ(file.chanterTuning().lowA_Hz(), PipeTuning().lowA_Hz());
     EXPECT_EQ(window->settings().lastAutoSaveFileName, QDir(folder).filePath(saved.front()));
 }
-
-} // namespace
