@@ -103,6 +103,8 @@ SettingsDialog::SettingsDialog(QWidget* parent)
     QVBoxLayout* layout = new QVBoxLayout(this);
     layout->addWidget(tabs);
     layout->addWidget(buttons);
+    // Wide enough for a folder path and a device name.
+    setMinimumWidth(560);
 
     // The deprecated text overload of currentIndexChanged would break the warnings-as-errors build.
     connect(mInputDevicesComboBox, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
@@ -234,10 +236,13 @@ void SettingsDialog::initialise(bool fillDevices)
 
 void SettingsDialog::fillDeviceLists()
 {
+    // Some ALSA setups report a nameless device: a blank line in a list helps no-one.
     for (const QAudioDeviceInfo& device : QAudioDeviceInfo::availableDevices(QAudio::AudioInput))
-        mInputDevicesComboBox->addItem(device.deviceName(), device.deviceName());
+        if (!device.deviceName().isEmpty())
+            mInputDevicesComboBox->addItem(device.deviceName(), device.deviceName());
     for (const QAudioDeviceInfo& device : QAudioDeviceInfo::availableDevices(QAudio::AudioOutput))
-        mOutputDevicesComboBox->addItem(device.deviceName(), device.deviceName());
+        if (!device.deviceName().isEmpty())
+            mOutputDevicesComboBox->addItem(device.deviceName(), device.deviceName());
     selectData(mInputDevicesComboBox, mValue.audioDevice, QAudioDeviceInfo::defaultInputDevice().deviceName());
     selectData(mOutputDevicesComboBox, mValue.audioOutputDevice, QAudioDeviceInfo::defaultOutputDevice().deviceName());
 }

