@@ -10,7 +10,7 @@ packages=(build-essential cmake ninja-build pkg-config
   fonts-dejavu-core)
 if [ "${1:-}" = "--test" ]; then
   packages+=(musescore3 pulseaudio pulseaudio-utils clang libclang-rt-14-dev xvfb xauth xdotool libx11-dev
-    imagemagick)
+    imagemagick desktop-file-utils)
 fi
 missing=()
 for p in "${packages[@]}"; do

@@ -198,7 +198,7 @@ void MainWindow::buildToolBarAndMenus()
     addLabelled("Time Signature:", mTimeSignatureBox);
     mRoundBox = new QCheckBox("Played Round");
     mRoundBox->setObjectName("round");
-    mRoundBox->setToolTip("The tune is played round: the first bar is a lead-in");
+    mRoundBox->setToolTip("The tune is played round, evenly: the score writes plainer note lengths");
     QWidget* roundSpacer = new QWidget;
     roundSpacer->setFixedWidth(8);
     toolBar->addWidget(roundSpacer);

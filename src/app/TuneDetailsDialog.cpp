@@ -43,7 +43,7 @@ TuneDetailsDialog::TuneDetailsDialog(QWidget* parent)
         named(mComposerEdit, "composer", "Who composed and/or arranged the tune, and perhaps the date"));
     form->addRow("Time Signature:", named(mTimeSignatureBox, "timeSignature", "The time signature of the tune"));
     form->addRow("BPM:", named(mBpmBox, "bpm", "Beats per minute of the metronome and the score"));
-    form->addRow(named(mRoundBox, "round", "The tune is played round: the first bar is a lead-in"));
+    form->addRow(named(mRoundBox, "round", "The tune is played round, evenly: the score writes plainer note lengths"));
     form->addRow("Time Shift:", named(mTimeShiftBox, "timeShift", "Moves the notes against the beats, in seconds"));
 
     QDialogButtonBox* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
