@@ -13,30 +13,13 @@
 #include "ChanterSynthesiser.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr int kRate_Hz = 44100;
-
-// utime + stime of one thread of this process, in seconds.
-double threadCpu_s(long tid)
-{
-    QFile stat(QString("/proc/self/task/%1/stat").arg(tid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return 0.0;
-    const QString text = QString::fromLatin1(stat.readAll());
-    // Fields after the command name, which is in parentheses and may hold spaces.
-    const QStringList fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
-    const double ticks = fields.value(11).toDouble() + fields.value(12).toDouble();
-    return ticks / double(sysconf(_SC_CLK_TCK));
-}
 
 struct Onset {
     PipeNoteName name;
@@ -45,14 +28,6 @@ struct Onset {
     // When the first result holding the note reached the interface thread.
     FifoFeeder::Clock::time_point arrived;
 };
-
-double percentile(std::vector<double> values, double p)
-{
-    if (values.empty())
-        return 0.0;
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5))];
-}
 
 } // namespace
 
@@ -100,7 +75,7 @@ int main(int argc, char** argv)
     processor->setDataParams(PitchFinder::DataParams(2048, kRate_Hz));
     processor->setTuning(tuning);
     long processingTid = 0;
-    runOnThreadOf(processor, [&] { processingTid = long(syscall(SYS_gettid)); });
+    runOnThreadOf(processor, [&] { processingTid = currentThreadId(); });
 
     FifoFeeder feeder(pulseTest::fifoPath(), audio, kRate_Hz);
     std::vector<Onset> onsets;
@@ -120,16 +95,10 @@ int main(int argc, char** argv)
             ++resultCount;
             lastTime_s = time_s;
             for (Onset& onset : onsets) {
-                if (onset.found)
-                    continue;
                 // The note is held once a melody note of its name starts within 60 ms of it.
-                for (auto it = notes.lower_bound(onset.start_s - 0.06f);
-                     it != notes.end() && it->first < onset.start_s + 0.06f; ++it) {
-                    if (it->second.noteName() == onset.name) {
-                        onset.found = true;
-                        onset.arrived = now;
-                        break;
-                    }
+                if (!onset.found && holdsNote(notes, onset.name, onset.start_s, 0.06f)) {
+                    onset.found = true;
+                    onset.arrived = now;
                 }
             }
         });

@@ -15,6 +15,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 void exitWithoutStaticTeardown(int status)
 {
@@ -175,4 +177,36 @@ std::vector<PipeNoteName> melodyNames(const NoteMap& notes)
     for (const auto& entry : notes)
         names.push_back(entry.second.noteName());
     return names;
+}
+
+bool holdsNote(const NoteMap& notes, PipeNoteName name, float start_s, float tolerance_s)
+{
+    for (auto it = notes.lower_bound(start_s - tolerance_s); it != notes.end() && it->first <= start_s + tolerance_s;
+         ++it) {
+        if (it->second.noteName() == name)
+            return true;
+    }
+    return false;
+}
+
+long currentThreadId() { return long(syscall(SYS_gettid)); }
+
+double threadCpu_s(long tid)
+{
+    QFile stat(QString("/proc/self/task/%1/stat").arg(tid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return 0.0;
+    const QString text = QString::fromLatin1(stat.readAll());
+    // Fields after the command name, which is in parentheses and may hold spaces.
+    const QStringList fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    const double ticks = fields.value(11).toDouble() + fields.value(12).toDouble();
+    return ticks / double(sysconf(_SC_CLK_TCK));
+}
+
+double percentile(std::vector<double> values, double p)
+{
+    if (values.empty())
+        return 0.0;
+    std::sort(values.begin(), values.end());
+    return values[std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5))];
 }

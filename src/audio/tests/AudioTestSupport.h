@@ -95,3 +95,14 @@ QByteArray silence(float duration_s, int sampleRate_Hz);
 
 // The melody note names of a map in time order.
 std::vector<PipeNoteName> melodyNames(const NoteMap& notes);
+
+// True if notes holds a note named name starting within tolerance_s of start_s.
+bool holdsNote(const NoteMap& notes, PipeNoteName name, float start_s, float tolerance_s);
+
+// For the measuring programs in bench/.
+// The calling thread's kernel id, for threadCpu_s.
+long currentThreadId();
+// utime + stime of one thread of this process, in seconds (0 if it is gone).
+double threadCpu_s(long tid);
+// The value at fraction p (0..1) of the sorted values, nearest rank; 0 for none.
+double percentile(std::vector<double> values, double p);
