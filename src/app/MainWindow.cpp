@@ -96,6 +96,9 @@ MainWindow::MainWindow(AudioThreads::Mode audioMode)
     if (terms.open(QIODevice::ReadOnly | QIODevice::Text))
         mTermsOfUse = QString::fromUtf8(terms.readAll());
 
+    // A coarse timer may be moved by up to 5 % of its interval, some 40 ms at 72 BPM: more
+    // than the correction can take back.
+    mClickTimer.setTimerType(Qt::PreciseTimer);
     mClickLabelTimer.setInterval(100);
     if (audioMode == AudioThreads::Mode::Devices) {
         // A missing file leaves the metronome silent; the beat indicator still flashes.
